@@ -1,0 +1,93 @@
+#include "ChatModel/PushPayload.h"
+
+#include <array>
+#include <utility>
+
+namespace ChatModel {
+
+using Foundation::Dictionary;
+using Foundation::find;
+using Foundation::PropertyList;
+using Foundation::textOrEmpty;
+using Foundation::URL;
+
+namespace {
+
+using Kind = PushPayload::Kind;
+
+constexpr std::array<std::pair<Kind, std::string_view>, 5> kinds = {{{Kind::message, "message"},
+                                                                     {Kind::clear, "clear"},
+                                                                     {Kind::updateBadge, "update_badge"},
+                                                                     {Kind::session, "session"},
+                                                                     {Kind::test, "test"}}};
+
+bool flag(const Dictionary& userInfo, std::string_view key) {
+    const PropertyList* value = find(userInfo, key);
+    return value != nullptr && value->boolean().value_or(false);
+}
+
+std::optional<std::string> signatureIn(const Dictionary& userInfo) {
+    const PropertyList* value = find(userInfo, "signature");
+    const std::string* text = value == nullptr ? nullptr : value->text();
+    if (text == nullptr || *text == PushPayload::noSignature) return std::nullopt;
+    return *text;
+}
+
+std::optional<std::int64_t> badgeIn(const Dictionary& userInfo) {
+    const PropertyList* aps = find(userInfo, "aps");
+    const Dictionary* dictionary = aps == nullptr ? nullptr : aps->dictionary();
+    const PropertyList* badge = dictionary == nullptr ? nullptr : find(*dictionary, "badge");
+    return badge == nullptr ? std::nullopt : badge->integer();
+}
+
+}  // namespace
+
+std::string_view wireName(PushPayload::Kind kind) { return kinds[static_cast<std::size_t>(kind)].second; }
+
+std::optional<PushPayload::Kind> pushKind(std::string_view wireName) {
+    for (const auto& [kind, name] : kinds)
+        if (name == wireName) return kind;
+    return std::nullopt;
+}
+
+std::optional<PushPayload> PushPayload::make(const Dictionary& userInfo) {
+    const auto kind = pushKind(textOrEmpty(userInfo, "type"));
+    if (!kind) return std::nullopt;
+    return PushPayload{
+        .kind = *kind,
+        .serverID = textOrEmpty(userInfo, "server_id"),
+        .serverURL = URL::parse(textOrEmpty(userInfo, "server_url")),
+        .ackID = textOrEmpty(userInfo, "ack_id"),
+        .signature = signatureIn(userInfo),
+        .postID = textOrEmpty(userInfo, "post_id"),
+        .channelID = textOrEmpty(userInfo, "channel_id"),
+        .rootID = textOrEmpty(userInfo, "root_id"),
+        .teamID = textOrEmpty(userInfo, "team_id"),
+        .senderID = textOrEmpty(userInfo, "sender_id"),
+        .senderName = textOrEmpty(userInfo, "sender_name"),
+        .channelName = textOrEmpty(userInfo, "channel_name"),
+        .overrideUsername = textOrEmpty(userInfo, "override_username"),
+        .overrideIconURL = URL::parse(textOrEmpty(userInfo, "override_icon_url")),
+        // Deliberately three readings: the server sends this flag as text, and a boolean counts as false,
+        .isFromWebhook = textOrEmpty(userInfo, "from_webhook") == "true",
+        // these two as booleans, where text counts as false,
+        .isCollapsedThreads = flag(userInfo, "is_crt_enabled"),
+        .isIDLoaded = flag(userInfo, "id_loaded"),
+        .badge = badgeIn(userInfo),
+        .subType = textOrEmpty(userInfo, "sub_type"),
+        // and our own mark as text, anything else being true.
+        .isVerified = textOrEmpty(userInfo, "verified") != "false",
+    };
+}
+
+bool PushPayload::isShown(const std::optional<std::string>& openChannelID,
+                          const std::optional<std::string>& openThreadID) const {
+    return isReplyInThread() ? openThreadID == rootID : openChannelID == channelID;
+}
+
+bool PushPayload::isCleared(const PushPayload& clear) const {
+    if (clear.isReplyInThread()) return rootID == clear.rootID || postID == clear.rootID;
+    return channelID == clear.channelID && !isReplyInThread();
+}
+
+}  // namespace ChatModel

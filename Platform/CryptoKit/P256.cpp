@@ -1,0 +1,106 @@
+#include "CryptoKit/P256.h"
+
+#include <algorithm>
+#include <memory>
+#include <new>
+
+#include <openssl/ec.h>
+#include <openssl/err.h>
+#include <openssl/evp.h>
+
+namespace CryptoKit::P256::Signing {
+
+namespace {
+
+template <auto release>
+struct Releaser {
+    template <class T>
+    void operator()(T* object) const {
+        release(object);
+    }
+};
+using KeyPointer = std::unique_ptr<EVP_PKEY, Releaser<EVP_PKEY_free>>;
+using DigestPointer = std::unique_ptr<EVP_MD_CTX, Releaser<EVP_MD_CTX_free>>;
+
+/// What stands in front of the 65 bytes of an uncompressed P-256 point in its SubjectPublicKeyInfo. These bytes are
+/// fixed, and comparing them refuses what OpenSSL's own reading lets pass: bytes behind the key, compressed and
+/// hybrid points, explicit curve parameters.
+constexpr std::array<std::uint8_t, 26> prefix = {0x30, 0x59, 0x30, 0x13, 0x06, 0x07, 0x2A, 0x86, 0x48,
+                                                 0xCE, 0x3D, 0x02, 0x01, 0x06, 0x08, 0x2A, 0x86, 0x48,
+                                                 0xCE, 0x3D, 0x03, 0x01, 0x07, 0x03, 0x42, 0x00};
+constexpr std::size_t pointLength = 65;
+constexpr std::uint8_t uncompressed = 0x04;
+
+/// Leaves no error behind in the thread's queue for whoever reads it next.
+struct CleanErrors {
+    ~CleanErrors() { ERR_clear_error(); }
+};
+
+/// A key that has the curve and nothing else: copying its parameters is far cheaper than naming the curve anew.
+const EVP_PKEY* curve() {
+    static const EVP_PKEY* const key = EVP_EC_gen("P-256");
+    return key;
+}
+
+const EVP_MD* sha256() {
+    static const EVP_MD* const digest = EVP_MD_fetch(nullptr, "SHA256", nullptr);
+    return digest;
+}
+
+/// A DER INTEGER (X.690, section 8.3) of 32 unsigned bytes, written at `out`; returns where it ends.
+std::uint8_t* writeInteger(const std::uint8_t* number, std::uint8_t* out) {
+    const std::uint8_t* const end = number + 32;
+    while (number + 1 < end && *number == 0) ++number;
+    const bool needsSignByte = (*number & 0x80) != 0;
+    *out++ = 0x02;
+    *out++ = static_cast<std::uint8_t>(end - number + (needsSignByte ? 1 : 0));
+    if (needsSignByte) *out++ = 0;
+    return std::copy(number, end, out);
+}
+
+}  // namespace
+
+ECDSASignature::ECDSASignature(const Foundation::Data& rawRepresentation) {
+    if (rawRepresentation.size() != raw_.size()) throw CryptoKitError();
+    std::copy(rawRepresentation.begin(), rawRepresentation.end(), raw_.begin());
+}
+
+struct PublicKey::Key {
+    explicit Key(KeyPointer key) : pointer(std::move(key)) {}
+    KeyPointer pointer;
+};
+
+PublicKey::PublicKey(const Foundation::Data& derRepresentation) {
+    const CleanErrors clean;
+    if (derRepresentation.size() != prefix.size() + pointLength ||
+        !std::equal(prefix.begin(), prefix.end(), derRepresentation.begin()) ||
+        derRepresentation[prefix.size()] != uncompressed)
+        throw CryptoKitError();
+    KeyPointer key(EVP_PKEY_new());
+    if (!key) throw std::bad_alloc();
+    if (EVP_PKEY_copy_parameters(key.get(), curve()) != 1 ||
+        EVP_PKEY_set1_encoded_public_key(key.get(), derRepresentation.data() + prefix.size(), pointLength) != 1)
+        throw CryptoKitError();
+    key_ = std::make_unique<Key>(std::move(key));
+}
+
+PublicKey::~PublicKey() = default;
+
+bool PublicKey::isValidSignature(const ECDSASignature& signature, std::string_view bytes) const {
+    const CleanErrors clean;
+    // SEQUENCE of two INTEGERs of at most 35 bytes each: every length fits into one byte.
+    std::array<std::uint8_t, 72> der{};
+    std::uint8_t* end = writeInteger(signature.rawRepresentation().data(), der.data() + 2);
+    end = writeInteger(signature.rawRepresentation().data() + 32, end);
+    const auto length = static_cast<std::size_t>(end - der.data());
+    der[0] = 0x30;
+    der[1] = static_cast<std::uint8_t>(length - 2);
+
+    const DigestPointer context(EVP_MD_CTX_new());
+    if (!context) throw std::bad_alloc();
+    return EVP_DigestVerifyInit(context.get(), nullptr, sha256(), nullptr, key_->pointer.get()) == 1 &&
+           EVP_DigestVerify(context.get(), der.data(), length, reinterpret_cast<const unsigned char*>(bytes.data()),
+                            bytes.size()) == 1;
+}
+
+}  // namespace CryptoKit::P256::Signing

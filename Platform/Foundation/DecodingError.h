@@ -1,0 +1,32 @@
+#pragma once
+
+#include <exception>
+#include <string>
+
+namespace Foundation {
+
+/// Why a JSON text could not be read as what was expected. It names the place and never repeats the text.
+class DecodingError final : public std::exception {
+public:
+    enum class Reason {
+        malformed,    ///< not JSON (RFC 8259), not UTF-8, or nested too deeply
+        keyNotFound,  ///< a required key is missing
+        typeMismatch  ///< a value is of another kind than expected, null included, or out of range
+    };
+
+    /// `path` as "metadata.files[2].size", empty for the value as a whole; `expectation` as "an integer".
+    DecodingError(Reason reason, std::string path, std::string expectation);
+
+    Reason reason() const { return reason_; }
+    const std::string& path() const { return path_; }
+
+    /// "metadata.files[2].size: expected an integer".
+    const char* what() const noexcept override { return message_.c_str(); }
+
+private:
+    Reason reason_;
+    std::string path_;
+    std::string message_;
+};
+
+}  // namespace Foundation

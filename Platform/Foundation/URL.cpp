@@ -1,0 +1,85 @@
+#include "Foundation/URL.h"
+
+#include <algorithm>
+
+#include <uriparser/Uri.h>
+
+namespace Foundation {
+
+namespace {
+
+/// A parsed reference; its ranges point into the text it was made from.
+class Parsed {
+public:
+    explicit Parsed(std::string_view text) {
+        const char* error = nullptr;
+        valid_ = uriParseSingleUriExA(&uri_, text.data(), text.data() + text.size(), &error) == URI_SUCCESS;
+    }
+    ~Parsed() {
+        if (valid_) uriFreeUriMembersA(&uri_);
+    }
+    Parsed(const Parsed&) = delete;
+    Parsed& operator=(const Parsed&) = delete;
+
+    bool valid() const { return valid_; }
+    const UriUriA& uri() const { return uri_; }
+
+private:
+    UriUriA uri_{};
+    bool valid_ = false;
+};
+
+std::optional<std::string> spelled(const UriTextRangeA& range) {
+    if (range.first == nullptr) return std::nullopt;
+    return std::string(range.first, range.afterLast);
+}
+
+/// pchar of RFC 3986, section 3.3, without the percent sign, and the slash between segments.
+bool standsInPath(char character) {
+    const bool alphanumeric = (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
+                              (character >= '0' && character <= '9');
+    return alphanumeric || std::string_view("-._~!$&'()*+,;=:@/").find(character) != std::string_view::npos;
+}
+
+std::string percentEncoded(std::string_view path) {
+    constexpr std::string_view digits = "0123456789ABCDEF";
+    std::string encoded;
+    encoded.reserve(path.size());
+    for (const char character : path) {
+        if (standsInPath(character)) {
+            encoded += character;
+        } else {
+            const auto byte = static_cast<unsigned char>(character);
+            encoded += {'%', digits[byte >> 4], digits[byte & 15]};
+        }
+    }
+    return encoded;
+}
+
+}  // namespace
+
+std::optional<URL> URL::parse(std::string_view text) {
+    if (text.empty() || !Parsed(text).valid()) return std::nullopt;
+    return URL(std::string(text));
+}
+
+std::optional<std::string> URL::scheme() const { return spelled(Parsed(text_).uri().scheme); }
+
+std::optional<std::string> URL::host() const { return spelled(Parsed(text_).uri().hostText); }
+
+std::optional<std::string> URL::port() const { return spelled(Parsed(text_).uri().portText); }
+
+URL URL::appending(std::string_view path) const {
+    const std::size_t end = std::min(text_.find_first_of("?#"), text_.size());
+    const Parsed parsed(text_);
+    const bool hasAuthority = parsed.uri().hostText.first != nullptr;
+    const bool hasPath = parsed.uri().pathHead != nullptr || parsed.uri().absolutePath == URI_TRUE;
+    std::string extended = text_.substr(0, end);
+    // A path behind an authority is absolute, even behind an empty one; elsewhere no slash may appear in front of a
+    // path that was empty.
+    if (hasPath ? !extended.ends_with('/') : hasAuthority) extended += '/';
+    if (path.starts_with('/')) path.remove_prefix(1);
+    return URL(extended + percentEncoded(path) + text_.substr(end));
+}
+
+}  // namespace Foundation

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <compare>
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Foundation {
+
+/// A URI reference (RFC 3986, section 4.1) in the spelling it was given. Two URLs are equal when their spellings are:
+/// nothing is normalised, so a trailing slash or a capital letter makes another URL.
+class URL {
+public:
+    /// The empty reference, which no text parses to: a place to put a URL in.
+    URL() = default;
+
+    /// The text as a URL; nothing for the empty text and for whatever is no URI reference (blanks, characters outside
+    /// ASCII, bad percent escapes).
+    static std::optional<URL> parse(std::string_view text);
+
+    const std::string& absoluteString() const { return text_; }
+
+    /// The scheme as spelled, without its colon; absent in a relative reference.
+    std::optional<std::string> scheme() const;
+
+    /// The host as spelled, without the brackets of an IP literal. Absent where there is no authority; empty where
+    /// the authority names none ("https://").
+    std::optional<std::string> host() const;
+
+    /// The port's digits as spelled; absent where none is given.
+    std::optional<std::string> port() const;
+
+    /// This URL with a relative path put behind its path, one slash between the two. Bytes that a path cannot hold
+    /// are percent-encoded; "/" and "." stay. Query and fragment are kept.
+    URL appending(std::string_view path) const;
+
+    friend bool operator==(const URL&, const URL&) = default;
+    friend auto operator<=>(const URL&, const URL&) = default;
+
+private:
+    explicit URL(std::string text) : text_(std::move(text)) {}
+
+    std::string text_;
+};
+
+}  // namespace Foundation
+
+template <>
+struct std::hash<Foundation::URL> {
+    std::size_t operator()(const Foundation::URL& url) const noexcept {
+        return std::hash<std::string>()(url.absoluteString());
+    }
+};

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Foundation/Data.h"
+#include "Foundation/URL.h"
+#include "Networking/URLError.h"
+
+namespace Foundation {
+
+/// A request over HTTP, with the protocol's default cache policy.
+struct URLRequest {
+    URL url;
+    std::string httpMethod = "GET";
+    std::vector<std::pair<std::string, std::string>> headers;  ///< names and values, sent as they stand
+    Data httpBody;                                             ///< sent with POST alone
+    double timeoutInterval = 60;  ///< seconds: for the connection to be made, then for each wait without a byte
+};
+
+struct HTTPURLResponse {
+    int statusCode = 0;  ///< the last answer's, behind all redirects
+};
+
+/// Makes HTTP requests. Its one operation is virtual, so that a test says when an answer comes and which.
+class URLSession {
+public:
+    virtual ~URLSession() = default;
+
+    /// The process-wide session, which lives as long as the process.
+    static std::shared_ptr<URLSession> shared();
+
+    /// Makes the request and waits for the whole answer. As on the platform, up to 20 redirects are followed, a 301,
+    /// 302 or 303 turns a POST into a GET, "Authorization" stays behind on the way to another host or port, and
+    /// compressed content is decoded. An answer of more than 8 MiB is an error. Throws `URLError`. Safe to call from
+    /// several threads.
+    virtual std::pair<Data, HTTPURLResponse> data(const URLRequest& request) = 0;
+};
+
+}  // namespace Foundation

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string_view>
+
+namespace Text {
+
+/// Whether two UTF-8 texts hold the same characters: canonical equivalence (Unicode 15, definition D70), so that "é"
+/// equals "e" with a combining acute. Equal bytes are found equal, and unequal ASCII unequal, without any library.
+/// Throws `std::runtime_error` where the Unicode library is needed and cannot be loaded.
+bool canonicallyEquivalent(std::string_view left, std::string_view right);
+
+}  // namespace Text

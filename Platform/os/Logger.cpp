@@ -1,0 +1,63 @@
+#include "os/Logger.h"
+
+#include <cstdio>
+#include <utility>
+
+#include <sys/uio.h>
+#include <syslog.h>
+#include <unistd.h>
+
+// The fields are put together here, so the places in the code that the macros would add are of no use.
+#define SD_JOURNAL_SUPPRESS_LOCATION
+#include <systemd/sd-journal.h>
+
+#include "Foundation/UTF8.h"
+
+namespace os {
+
+namespace {
+
+std::function<void(const LogEntry&)>& sink() {
+    static std::function<void(const LogEntry&)> current;
+    return current;
+}
+
+/// Where no journal runs, libsystemd reports success and drops the message: its socket tells.
+bool journalRuns() { return ::access("/run/systemd/journal/socket", W_OK) == 0; }
+
+bool writeToJournal(const LogEntry& entry) {
+    const std::string fields[] = {
+        "MESSAGE=" + entry.message,
+        "PRIORITY=" + std::to_string(entry.level == LogLevel::error ? LOG_ERR : LOG_NOTICE),
+        "SUBSYSTEM=" + entry.subsystem,
+        "CATEGORY=" + entry.category,
+    };
+    iovec vectors[std::size(fields)];
+    for (std::size_t i = 0; i < std::size(fields); ++i)
+        vectors[i] = {const_cast<char*>(fields[i].data()), fields[i].size()};
+    return sd_journal_sendv(vectors, std::size(vectors)) == 0;
+}
+
+void writeToStandardError(const LogEntry& entry) {
+    const std::string line =
+        Foundation::printable((entry.level == LogLevel::error ? "error " : "default ") + entry.subsystem + ' ' +
+                              entry.category + ": " + entry.message) +
+        '\n';
+    // One call, so that lines of several threads do not mix.
+    std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+}  // namespace
+
+void setLogSink(std::function<void(const LogEntry&)> replacement) { sink() = std::move(replacement); }
+
+void Logger::write(LogLevel level, std::string message) const {
+    const LogEntry entry{level, subsystem_, category_, std::move(message)};
+    if (sink()) {
+        sink()(entry);
+    } else if (!journalRuns() || !writeToJournal(entry)) {
+        writeToStandardError(entry);
+    }
+}
+
+}  // namespace os
