@@ -14,18 +14,25 @@ public:
         typeMismatch  ///< a value is of another kind than expected, null included, or out of range
     };
 
-    /// `path` as "metadata.files[2].size", empty for the value as a whole; `expectation` as "an integer".
-    DecodingError(Reason reason, std::string path, std::string expectation);
+    /// `path` as "metadata.files[2].size", empty for the value as a whole; `description` as "expected an integer".
+    DecodingError(Reason reason, std::string path, std::string description);
 
     Reason reason() const { return reason_; }
     const std::string& path() const { return path_; }
 
-    /// "metadata.files[2].size: expected an integer".
+    /// "expected an integer": nothing in it comes from the text.
+    const std::string& description() const { return description_; }
+
+    /// Path and description: "metadata.files[2].size: expected an integer".
     const char* what() const noexcept override { return message_.c_str(); }
+
+    /// The same error of a value that itself stands at `place` of another one.
+    DecodingError below(const std::string& place) const;
 
 private:
     Reason reason_;
     std::string path_;
+    std::string description_;
     std::string message_;
 };
 

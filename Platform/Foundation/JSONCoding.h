@@ -91,7 +91,7 @@ void decodeValue(JSONReader& reader, Value& value) {
         std::string text;
         reader.read(text);
         auto url = URL::parse(text);
-        if (!url) reader.fail(DecodingError::Reason::typeMismatch, "a URL");
+        if (!url) reader.failExpecting("a URL");
         value = *std::move(url);
     } else {
         reader.read(value);
@@ -157,7 +157,7 @@ Record decode(JSONReader& reader) {
         [&](const auto&... rows) {
             std::size_t row = 0;
             const auto check = [&](const auto& field) {
-                if (!seen[row++] && field.presence == Presence::required) reader.failMissing(field.key, "a value");
+                if (!seen[row++] && field.presence == Presence::required) reader.failMissing(field.key);
             };
             (check(rows), ...);
         },

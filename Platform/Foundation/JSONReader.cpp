@@ -95,7 +95,7 @@ struct JSONReading {
     }
 
     static void check(const JSONReader& reader, simdjson::error_code error) {
-        if (error != simdjson::SUCCESS) reader.fail(Reason::malformed, simdjson::error_message(error));
+        if (error != simdjson::SUCCESS) reader.failMalformed(simdjson::error_message(error));
     }
 
     /// Hands a member or an element over; what the callback leaves unread is walked.
@@ -126,9 +126,9 @@ struct JSONReading {
             read(reader);
             if (!reader.consumed_) reader.skip();
         }
-        if (count == 0) root.fail(Reason::malformed, "there is no value");
+        if (count == 0) root.failMalformed("there is no value");
         // The reading has come to the end when there is no location any more.
-        if (count > 1 || document.current_location().error() != simdjson::OUT_OF_BOUNDS) root.fail(Reason::malformed, "something follows the value");
+        if (count > 1 || document.current_location().error() != simdjson::OUT_OF_BOUNDS) root.failMalformed("something follows the value");
     }
 };
 
@@ -157,8 +157,8 @@ JSONReader::Kind JSONReader::kind() const {
 }
 
 void JSONReader::object(FunctionRef<void(std::string_view key, JSONReader& value)> member) {
-    if (kind() != Kind::object) fail(Reason::typeMismatch, "an object");
-    if (depth_ > maximumDepth) throw DecodingError(Reason::malformed, {}, "nested too deeply");
+    if (kind() != Kind::object) failExpecting("an object");
+    if (depth_ > maximumDepth) throw DecodingError(Reason::malformed, {}, "not valid JSON: nested too deeply");
     consumed_ = true;
     for (auto entry : JSONReading::checked(*this, JSONReading::value(*this).get_object())) {
         ondemand::field field = JSONReading::checked(*this, std::move(entry));
@@ -174,8 +174,8 @@ void JSONReader::object(FunctionRef<void(std::string_view key, JSONReader& value
 }
 
 void JSONReader::array(FunctionRef<void(JSONReader& element)> element) {
-    if (kind() != Kind::array) fail(Reason::typeMismatch, "an array");
-    if (depth_ > maximumDepth) throw DecodingError(Reason::malformed, {}, "nested too deeply");
+    if (kind() != Kind::array) failExpecting("an array");
+    if (depth_ > maximumDepth) throw DecodingError(Reason::malformed, {}, "not valid JSON: nested too deeply");
     consumed_ = true;
     std::size_t index = 0;
     for (auto entry : JSONReading::checked(*this, JSONReading::value(*this).get_array())) {
@@ -185,7 +185,7 @@ void JSONReader::array(FunctionRef<void(JSONReader& element)> element) {
 }
 
 void JSONReader::read(std::string& text) {
-    if (kind() != Kind::text) fail(Reason::typeMismatch, "a text");
+    if (kind() != Kind::text) failExpecting("a text");
     text = JSONReading::checked(*this, JSONReading::value(*this).get_string());
     consumed_ = true;
 }
@@ -195,32 +195,32 @@ void JSONReader::read(std::string& text) {
 
 void JSONReader::read(bool& boolean) {
     const std::string_view text = token();
-    if (kind() != Kind::boolean) fail(Reason::typeMismatch, "a boolean");
-    if (text != "true" && text != "false") fail(Reason::malformed, "an unknown literal");
+    if (kind() != Kind::boolean) failExpecting("a boolean");
+    if (text != "true" && text != "false") failMalformed("an unknown literal");
     boolean = text == "true";
     consumed_ = true;
 }
 
 void JSONReader::read(double& real) {
     const std::string_view text = token();
-    if (kind() != Kind::number) fail(Reason::typeMismatch, "a number");
-    if (!isNumber(text)) fail(Reason::malformed, "a number or literal is misspelled");
+    if (kind() != Kind::number) failExpecting("a number");
+    if (!isNumber(text)) failMalformed("a number or literal is misspelled");
     const auto value = nearestDouble(text);
-    if (!value) fail(Reason::malformed, "a number is too large");
+    if (!value) failMalformed("a number is too large");
     real = *value;
     consumed_ = true;
 }
 
 void JSONReader::read(std::int64_t& integer) {
     const std::string_view text = token();
-    if (kind() != Kind::number) fail(Reason::typeMismatch, "an integer");
-    if (!isNumber(text)) fail(Reason::malformed, "a number or literal is misspelled");
+    if (kind() != Kind::number) failExpecting("an integer");
+    if (!isNumber(text)) failMalformed("a number or literal is misspelled");
     if (isWrittenAsInteger()) {
         if (std::from_chars(text.data(), text.data() + text.size(), integer).ec != std::errc())
-            fail(Reason::typeMismatch, "an integer of 64 bits");
+            failExpecting("an integer of 64 bits");
     } else {
         const double value = nearestDouble(text).value_or(std::numeric_limits<double>::infinity());
-        if (value < -0x1p63 || value >= 0x1p63 || value != std::trunc(value)) fail(Reason::typeMismatch, "an integer");
+        if (value < -0x1p63 || value >= 0x1p63 || value != std::trunc(value)) failExpecting("an integer");
         integer = static_cast<std::int64_t>(value);
     }
     consumed_ = true;
@@ -228,7 +228,7 @@ void JSONReader::read(std::int64_t& integer) {
 
 bool JSONReader::null() {
     if (kind() != Kind::null) return false;
-    if (token() != "null") fail(Reason::malformed, "an unknown literal");
+    if (token() != "null") failMalformed("an unknown literal");
     consumed_ = true;
     return true;
 }
@@ -266,14 +266,31 @@ std::string JSONReader::path() const {
     return path.append(key_);
 }
 
-void JSONReader::fail(DecodingError::Reason reason, std::string expectation) const {
-    throw DecodingError(reason, path(), std::move(expectation));
+std::string_view JSONReader::raw() {
+    const char* const start = token().data();
+    const bool isScalar = kind() != Kind::array && kind() != Kind::object;
+    const std::string_view scalar = token();
+    skip();
+    if (isScalar) return scalar;
+    // Behind a value stands at least the bracket of what holds it.
+    const char* const end = JSONReading::checked(*this, JSONReading::value(*this).current_location());
+    const std::string_view text(start, static_cast<std::size_t>(end - start));
+    return text.substr(0, text.find_last_of("]}") + 1);
 }
 
-void JSONReader::failMissing(std::string_view key, std::string expectation) const {
+void JSONReader::failExpecting(const std::string& expectation) {
+    if (!consumed_) skip();
+    throw DecodingError(Reason::typeMismatch, path(), "expected " + expectation);
+}
+
+void JSONReader::failMissing(std::string_view key) const {
     std::string place = path();
     if (!place.empty()) place += '.';
-    throw DecodingError(Reason::keyNotFound, place.append(key), std::move(expectation));
+    throw DecodingError(Reason::keyNotFound, place.append(key), "missing");
+}
+
+void JSONReader::failMalformed(const char* reason) const {
+    throw DecodingError(Reason::malformed, path(), std::string("not valid JSON: ") + reason);
 }
 
 }  // namespace Foundation

@@ -45,9 +45,14 @@ public:
     /// Whether the number is written with digits alone, and so is an integer by its spelling.
     bool isWrittenAsInteger() const;
 
-    /// Throws the error for this place: "expected EXPECTATION".
-    [[noreturn]] void fail(DecodingError::Reason reason, std::string expectation) const;
-    [[noreturn]] void failMissing(std::string_view key, std::string expectation) const;
+    /// The value's own text, once it has been passed over and checked; valid during the callback.
+    std::string_view raw();
+
+    /// Throws the error for this place: "expected EXPECTATION", unless what stands there is no JSON at all.
+    [[noreturn]] void failExpecting(const std::string& expectation);
+
+    /// Throws the error for a key that this object lacks.
+    [[noreturn]] void failMissing(std::string_view key) const;
 
 private:
     friend struct JSONReading;
@@ -55,6 +60,7 @@ private:
 
     std::string_view token() const;
     std::string path() const;
+    [[noreturn]] void failMalformed(const char* reason) const;
 
     const JSONReader* parent_;
     std::string_view key_;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -28,6 +29,12 @@ public:
     /// Throws `std::invalid_argument` for NaN and the infinities.
     JSONWriter& value(double real);
     JSONWriter& null();
+
+    /// The value, or null where there is none.
+    template <class Value>
+    JSONWriter& value(const std::optional<Value>& optional) {
+        return optional ? value(*optional) : null();
+    }
 
     /// A value that is already JSON, taken as it stands.
     JSONWriter& raw(std::string_view json);

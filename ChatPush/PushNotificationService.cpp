@@ -1,0 +1,79 @@
+#include "ChatPush/PushNotificationService.h"
+
+#include <exception>
+#include <memory>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "Bundle/Bundle.h"
+#include "ChatPush/PushContentBuilder.h"
+#include "os/Logger.h"
+
+namespace ChatPush {
+
+using UserNotifications::ContentHandler;
+using UserNotifications::UNMutableNotificationContent;
+using UserNotifications::UNNotificationRequest;
+
+namespace {
+
+void logFault(const std::exception& error) {
+    os::Logger("com.norvane.tessel", "Push").error("The push pipeline stopped: ", os::Private{error.what()});
+}
+
+}  // namespace
+
+PushNotificationService::PushNotificationService()
+    : PushNotificationService([] { return PushProcessor(Foundation::Bundle::main()); }) {}
+
+PushNotificationService::PushNotificationService(ProcessorFactory makeProcessor)
+    : makeProcessor_(std::move(makeProcessor)) {}
+
+void PushNotificationService::didReceive(const UNNotificationRequest& request, ContentHandler contentHandler) {
+    UNMutableNotificationContent fallback = request.content.mutableCopy();
+    PushContentBuilder::unverified(fallback, PushProcessor::unverifiedText());
+    State fresh{std::move(contentHandler), Content(std::move(fallback))};
+    // The values of an earlier request move out with the swap, and are destroyed behind the lock.
+    state_.withLock([&](State& state) { std::swap(state, fresh); });
+
+    try {
+        auto self = std::static_pointer_cast<PushNotificationService>(shared_from_this());
+        std::thread([self = std::move(self), content = request.content.mutableCopy()]() mutable {
+            self->process(std::move(content));
+        }).detach();
+    } catch (const std::system_error& error) {
+        logFault(error);
+        serviceExtensionTimeWillExpire();
+    }
+}
+
+void PushNotificationService::process(UNMutableNotificationContent content) noexcept {
+    try {
+        const PushProcessor processor = makeProcessor_();
+        auto prepared = processor.prepare(std::move(content),
+                                          [this](const UNMutableNotificationContent& reached) { keep(reached.copy()); });
+        deliver(processor.communicationContent(std::move(prepared)));
+    } catch (const std::exception& error) {
+        // Nothing of the pipeline's own comes this far: memory has run out, or a library is missing.
+        logFault(error);
+        serviceExtensionTimeWillExpire();
+    }
+}
+
+void PushNotificationService::keep(std::optional<Content> content) {
+    state_.withLock([&](State& state) { std::swap(state.best, content); });
+}
+
+void PushNotificationService::deliver(const Content& content) {
+    ContentHandler handler;
+    state_.withLock([&](State& state) { std::swap(state.handler, handler); });
+    if (handler) handler(content);
+}
+
+void PushNotificationService::serviceExtensionTimeWillExpire() {
+    const auto best = state_.withLock([](State& state) { return state.best; });
+    if (best) deliver(*best);
+}
+
+}  // namespace ChatPush

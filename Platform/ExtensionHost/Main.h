@@ -1,0 +1,16 @@
+#pragma once
+
+#include <functional>
+
+#include "ExtensionHost/Host.h"
+
+namespace ExtensionHost {
+
+/// The program of a notification service extension: reads pushes, has each made into a notification, and writes what
+/// is delivered, one line (or picture) each, to standard output. `checkBundle` is called before any input is read, and
+/// stops the process where the bundle lacks something. Returns the exit status: 0 all delivered, 1 some input was bad
+/// or the output failed, 2 the command line was wrong. The caller is to leave by `_exit`: tasks that still wait for
+/// the network must not meet static destructors.
+int main(int argc, char** argv, const std::function<void()>& checkBundle, Host::ServiceFactory makeService);
+
+}  // namespace ExtensionHost

@@ -1,0 +1,116 @@
+#include "ExtensionHost/PushInput.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <optional>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include <unistd.h>
+
+#include "Foundation/Files.h"
+#include "Foundation/UTF8.h"
+
+namespace ExtensionHost {
+
+using Foundation::DecodingError;
+using Foundation::Dictionary;
+
+namespace {
+
+constexpr const char* standardInput = "-";
+
+Dictionary payloadIn(std::string_view text) {
+    Dictionary payload;
+    Foundation::parseJSON(text, [&](Foundation::JSONReader& reader) { payload = readDictionary(reader); });
+    return payload;
+}
+
+bool isBlank(std::string_view line) { return line.find_first_not_of(" \t\r\n") == std::string_view::npos; }
+
+/// The payload that the text as a whole is; nothing where it is none, or is one line only, which reads the same.
+std::optional<Dictionary> wholePayload(std::string_view text) {
+    const std::size_t firstEnd = text.find('\n', std::min(text.find_first_not_of(" \t\r\n"), text.size()));
+    if (firstEnd == std::string_view::npos || isBlank(text.substr(firstEnd))) return std::nullopt;
+    try {
+        return payloadIn(text);
+    } catch (const DecodingError&) {
+        return std::nullopt;  // then it is read line by line, and each line speaks for itself
+    }
+}
+
+}  // namespace
+
+PushInput::PushInput(std::vector<std::string> files) : files_(std::move(files)) {
+    if (files_.empty()) files_.emplace_back(standardInput);
+}
+
+bool PushInput::read(const std::function<bool(Push)>& take) {
+    for (const auto& file : files_)
+        if (!(file == standardInput ? readStandardInput(take) : readFile(file, take))) break;
+    return allGood_;
+}
+
+bool PushInput::readFile(const std::string& file, const std::function<bool(Push)>& take) {
+    Foundation::Data data;
+    try {
+        data = Foundation::Files::read(file);
+    } catch (const Foundation::CocoaError& error) {
+        report(file, std::generic_category().message(error.posixCode()));
+        return true;
+    }
+    std::string_view text = Foundation::textView(data);
+    if (auto payload = wholePayload(text)) return take({index_++, *std::move(payload)});
+    for (std::size_t number = 1; !text.empty(); ++number) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        if (!readLine(file, number, text.substr(0, end), take)) return false;
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return true;
+}
+
+bool PushInput::readStandardInput(const std::function<bool(Push)>& take) {
+    std::string pending;
+    std::array<char, 65536> chunk{};
+    std::size_t number = 1;
+    while (true) {
+        const ssize_t count = ::read(STDIN_FILENO, chunk.data(), chunk.size());
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) {
+            report(standardInput, std::generic_category().message(errno));
+            return true;
+        }
+        if (count == 0) return readLine(standardInput, number, pending, take);
+        std::string_view rest(chunk.data(), static_cast<std::size_t>(count));
+        for (std::size_t end = rest.find('\n'); end != std::string_view::npos; end = rest.find('\n')) {
+            pending += rest.substr(0, end);
+            if (!readLine(standardInput, number++, pending, take)) return false;
+            pending.clear();
+            rest.remove_prefix(end + 1);
+        }
+        pending += rest;
+    }
+}
+
+bool PushInput::readLine(const std::string& file, std::size_t number, std::string_view line,
+                         const std::function<bool(Push)>& take) {
+    if (isBlank(line)) return true;
+    const std::size_t index = index_++;
+    try {
+        return take({index, payloadIn(line)});
+    } catch (const DecodingError& error) {
+        report(file + ':' + std::to_string(number), error.description());
+        return true;
+    }
+}
+
+void PushInput::report(const std::string& place, const std::string& reason) {
+    allGood_ = false;
+    const std::string line = Foundation::printable(place + ": " + reason) + '\n';
+    std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+}  // namespace ExtensionHost

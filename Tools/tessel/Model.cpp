@@ -1,0 +1,95 @@
+#include "tessel/Model.h"
+
+#include <exception>
+#include <iostream>
+
+#include "Foundation/UTF8.h"
+#include "tessel/ExitStatus.h"
+
+namespace tessel {
+
+using Foundation::DecodingError;
+using Foundation::JSONReader;
+using Foundation::JSONWriter;
+
+namespace {
+
+/// The answer's line; `good` becomes false for an input that is refused.
+std::string answer(const Operation& operation, const std::string& line, bool& good) {
+    try {
+        JSONWriter writer;
+        Foundation::parseJSON(line, [&](JSONReader& reader) { operation(reader, writer); });
+        return std::move(writer).text();
+    } catch (const DecodingError& error) {
+        good = false;
+        JSONWriter writer;
+        writer.beginObject().key("error").value(Foundation::repairedUTF8(error.what())).endObject();
+        return std::move(writer).text();
+    }
+}
+
+}  // namespace
+
+const Operation* findOperation(const std::string& name) {
+    const auto found = pushOperations().find(name);
+    return found == pushOperations().end() ? nullptr : &found->second;
+}
+
+int runModel(const Operation& operation) {
+    bool good = true;
+    std::string line;
+    while (std::getline(std::cin, line)) {
+        if (line.find_first_not_of(" \t\r") == std::string::npos) continue;
+        std::cout << answer(operation, line, good) << '\n' << std::flush;
+    }
+    return good ? done : notFoundOrBadInput;
+}
+
+Members::Members(JSONReader& reader) {
+    reader.object([&](std::string_view key, JSONReader& value) { members_[std::string(key)] = value.raw(); });
+}
+
+bool Members::has(const std::string& key) const {
+    const auto found = members_.find(key);
+    return found != members_.end() && found->second != "null";
+}
+
+std::string_view Members::required(const std::string& key) const {
+    const auto found = members_.find(key);
+    if (found == members_.end()) throw DecodingError(DecodingError::Reason::keyNotFound, key, "missing");
+    return found->second;
+}
+
+void Members::read(const std::string& key, Foundation::FunctionRef<void(JSONReader&)> read) const {
+    decoded(key, [&](std::string_view json) { Foundation::parseJSON(json, read); });
+}
+
+std::string Members::text(const std::string& key) const {
+    std::string text;
+    read(key, [&](JSONReader& value) { value.read(text); });
+    return text;
+}
+
+Foundation::URL Members::url(const std::string& key) const {
+    auto url = Foundation::URL::parse(text(key));
+    if (!url) refuse(key, "expected a URL");
+    return *std::move(url);
+}
+
+std::optional<std::string> Members::optionalText(const std::string& key) const {
+    if (!has(key)) return std::nullopt;
+    return text(key);
+}
+
+std::optional<std::int64_t> Members::optionalInteger(const std::string& key) const {
+    if (!has(key)) return std::nullopt;
+    std::int64_t integer = 0;
+    read(key, [&](JSONReader& value) { value.read(integer); });
+    return integer;
+}
+
+void refuse(const std::string& key, const std::string& reason) {
+    throw DecodingError(DecodingError::Reason::typeMismatch, key, reason);
+}
+
+}  // namespace tessel

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "Foundation/URL.h"
+
+namespace tessel {
+
+/// Adds `server add`, `list`, `show` and `remove`, and `token set`, `has` and `remove`. Each writes its exit status.
+void addServerCommands(CLI::App& app, int& status);
+void addTokenCommands(CLI::App& app, int& status);
+
+/// An option's or argument's text as a URL. Throws `CLI::ValidationError`.
+Foundation::URL parsedURL(const std::string& text);
+
+}  // namespace tessel
