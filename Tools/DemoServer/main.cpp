@@ -1,0 +1,205 @@
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <exception>
+#include <filesystem>
+#include <initializer_list>
+#include <iostream>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include <poll.h>
+#include <pthread.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+
+#include "DemoServer/Server.h"
+#include "Foundation/Files.h"
+
+namespace {
+
+using namespace DemoServer;
+namespace Files = Foundation::Files;
+
+std::string randomToken() {
+    std::random_device random;
+    Foundation::Data bytes(16);
+    std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<std::uint8_t>(random()); });
+    return base64URLEncoded(bytes);
+}
+
+/// For a POSIX shell, whatever the value holds.
+std::string assignment(std::string_view name, std::string_view value) {
+    std::string line = std::string(name) + "='";
+    for (const char character : value)
+        line += character == '\'' ? std::string("'\\''") : std::string(1, character);
+    return line + "'\n";
+}
+
+/// A post by grace in the lobby.
+Push lobbyPost(const std::string& number, const std::string& text) {
+    return {.ackID = "ack-" + number,
+            .postID = "post-" + number,
+            .channelID = "channel-lobby",
+            .teamID = "team-1",
+            .senderID = "user-grace",
+            .senderName = "grace",
+            .channelName = "Lobby",
+            .title = "Lobby",
+            .body = "grace: " + text,
+            .badge = 2};
+}
+
+/// One push of each sort that a client has to tell apart, a line each.
+std::string samplePushes(Server& server) {
+    server.addPost("post-1", {{"message", "Lunch at **noon**? The usual place :ramen:"},
+                              {"channel_name", "ada"},
+                              {"sender_id", "user-ada"},
+                              {"sender_name", "ada"}});
+    const Push direct{.ackID = "ack-1",
+                      .postID = "post-1",
+                      .channelID = "channel-ada",
+                      .isIDLoaded = true,
+                      .body = "You have a new message",
+                      .badge = 1};
+    Push reply = lobbyPost("3", "It was the clock, of course");
+    reply.rootID = "post-2";
+    reply.isCollapsedThreads = true;
+    Push webhook = lobbyPost("4", "");
+    webhook.overrideUsername = "Build Robot";
+    webhook.overrideIconURL = server.url() + "/pictures/build-robot";
+    webhook.isFromWebhook = true;
+    webhook.body = "Build Robot: 412 tests passed";
+    Push unsignedPost = lobbyPost("7", "This server does not sign");
+    unsignedPost.signature = "NO_SIGNATURE";
+    Push foreign = lobbyPost("8", "Somebody else signed this");
+    foreign.signature = SigningKey().token(foreign.ackID, server.options().deviceToken);
+
+    std::string lines;
+    for (const Push& push :
+         {direct, lobbyPost("2", "The build is green again 🎉👩🏽‍💻"), reply, webhook,
+          Push{.kind = "clear", .ackID = "ack-5", .channelID = "channel-lobby", .badge = 1},
+          Push{.kind = "update_badge", .ackID = "ack-6", .badge = 7}, unsignedPost, foreign})
+        lines += server.push(push) + '\n';
+    return lines;
+}
+
+/// What a client would know of the server, and what the server sends it.
+void writeSession(const std::filesystem::path& directory, Server& server) {
+    const ServerOptions& options = server.options();
+    const std::string environment = assignment("TESSEL_DEMO_URL", server.url()) +
+                                    assignment("TESSEL_DEMO_SERVER_ID", options.serverID) +
+                                    assignment("TESSEL_DEMO_SIGNING_KEY", options.key.publicKey()) +
+                                    assignment("TESSEL_DEMO_USER", "user-you") +
+                                    assignment("TESSEL_DEMO_DEVICE_TOKEN", options.deviceToken) +
+                                    assignment("TESSEL_DEMO_SESSION_TOKEN", options.sessionToken);
+    Files::createDirectory(directory);
+    Files::AtomicWrite(directory / "server.env", Foundation::bytes(environment)).commit();
+    Files::AtomicWrite(directory / "pushes.jsonl", Foundation::bytes(samplePushes(server))).commit();
+}
+
+/// Waits for one of the signals, or with `untilEOF` for the end of standard input.
+void waitForEnd(const sigset_t& signals, bool untilEOF) {
+    std::array<pollfd, 2> sources = {pollfd{::signalfd(-1, &signals, SFD_CLOEXEC), POLLIN, 0},
+                                     pollfd{untilEOF ? STDIN_FILENO : -1, POLLIN, 0}};
+    std::array<char, 4096> ignored{};
+    while (::poll(sources.data(), sources.size(), -1) >= 0 || errno == EINTR) {
+        if (sources[0].revents != 0) return;
+        if (sources[1].revents != 0 && ::read(STDIN_FILENO, ignored.data(), ignored.size()) <= 0) return;
+    }
+}
+
+void serve(ServerOptions options, const std::filesystem::path& keyFile, const std::filesystem::path& session,
+           const Behavior& acknowledgement, const Behavior& picture, bool untilEOF) {
+    // Before any thread is there, so that all of them leave the signals to this one.
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP})
+        sigaddset(&signals, signal);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+
+    if (!keyFile.empty() && Files::exists(keyFile))
+        options.key = SigningKey::load(keyFile);
+    else if (!keyFile.empty())
+        options.key.save(keyFile);
+    Server server(std::move(options));
+    server.setBehavior(Endpoint::acknowledgement, acknowledgement);
+    server.setBehavior(Endpoint::userPicture, picture);
+    server.setBehavior(Endpoint::publicPicture, picture);
+    if (!session.empty()) writeSession(session, server);
+    std::cout << "listening on " << server.url() << std::endl;
+    waitForEnd(signals, untilEOF);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    ServerOptions options{.deviceToken = randomToken(), .sessionToken = randomToken()};
+    Behavior acknowledgement;
+    Behavior picture;
+    std::filesystem::path session;
+    std::filesystem::path keyFile;
+    unsigned delay = 0;
+    bool isGarbage = false;
+    bool isDropped = false;
+    bool untilEOF = false;
+
+    CLI::App app(
+        "A small chat server on the loopback interface. It makes signed pushes, takes their\n"
+        "acknowledgements, answers with the posts' text, and has pictures of the senders. It prints\n"
+        "\"listening on URL\" when it is ready, and serves until it is interrupted or terminated.",
+        "tessel-demo-server");
+    app.add_option("--port", options.port, "Listen on this port; 0 is a free one")->capture_default_str();
+    app.add_option("--path-prefix", options.pathPrefix, "Serve everything below this path, such as /chat")
+        ->type_name("PATH");
+    app.add_option("--key", keyFile, "PEM file with the P-256 key to sign with; made where there is none")
+        ->type_name("FILE");
+    app.add_option("--session", session,
+                   "Directory for what a client knows (server.env, for the shell) and for\n"
+                   "pushes to try (pushes.jsonl); made where there is none")
+        ->type_name("DIRECTORY");
+    app.add_flag("--until-eof", untilEOF, "End when standard input ends, too");
+
+    const CLI::Range statuses(100, 599);
+    CLI::App* faults = app.add_option_group("Faults");
+    faults->add_option("--delay-ms", delay, "Let every answer wait");
+    faults->add_option("--ack-status", acknowledgement.status, "Acknowledgements: this status")
+        ->check(statuses);
+    faults->add_option("--picture-status", picture.status, "Pictures: this status")->check(statuses);
+    faults->add_flag("--garbage", isGarbage, "Acknowledgements: an answer that is no JSON");
+    faults->add_flag("--endless", acknowledgement.isEndless, "Acknowledgements: an answer without end");
+    faults->add_flag("--hang", acknowledgement.isHeld, "Acknowledgements: never an answer");
+    faults->add_flag("--drop", isDropped, "Acknowledgements: the connection is closed instead");
+    faults->add_option("--redirect", acknowledgement.location, "Acknowledgements: sent on to this URL")
+        ->type_name("URL");
+    app.footer(
+        "Example:\n"
+        "  tessel-demo-server --session demo &\n"
+        "  . demo/server.env\n"
+        "  tessel server add --url $TESSEL_DEMO_URL --id $TESSEL_DEMO_SERVER_ID \\\n"
+        "      --signing-key $TESSEL_DEMO_SIGNING_KEY --user $TESSEL_DEMO_USER \\\n"
+        "      --device-token $TESSEL_DEMO_DEVICE_TOKEN\n"
+        "  echo $TESSEL_DEMO_SESSION_TOKEN | tessel token set $TESSEL_DEMO_URL\n"
+        "  tessel push demo/pushes.jsonl\n\n"
+        "Exit status: 0 ended as asked, 1 the server could not start, 2 wrong usage.");
+    try {
+        app.parse(argc, argv);
+        acknowledgement.delay = picture.delay = std::chrono::milliseconds(delay);
+        if (isGarbage) acknowledgement.body = "<html>";
+        if (isDropped) acknowledgement.dropAfter = 0;
+        serve(std::move(options), keyFile, session, acknowledgement, picture, untilEOF);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : 2;
+    } catch (const std::exception& error) {
+        std::cerr << "tessel-demo-server: " << error.what() << '\n';
+        return dynamic_cast<const std::invalid_argument*>(&error) != nullptr ? 2 : 1;
+    }
+    return 0;
+}
