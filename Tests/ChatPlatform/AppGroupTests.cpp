@@ -1,0 +1,40 @@
+#include "ChatPlatform/AppGroup.h"
+
+#include <gtest/gtest.h>
+
+#include "ChatPlatform/SharedServerStore.h"
+#include "Support/Support.h"
+
+using ChatPlatform::AppGroup;
+
+namespace {
+
+std::shared_ptr<const Foundation::Bundle> bundle(const Support::TemporaryDirectory& directory, const char* entries) {
+    Support::writeFile(directory / "Contents/Info.plist",
+                       std::string("<plist version=\"1.0\"><dict>") + entries + "</dict></plist>");
+    return Foundation::Bundle::open(directory.path());
+}
+
+constexpr const char* group = "<key>TesselKeychainGroup</key><string>keys</string>";
+
+TEST(AppGroup, ReadsTheInformation) {
+    const Support::TemporaryDirectory directory;
+    const AppGroup both(*bundle(directory, (std::string(group) + "<key>TesselAppGroup</key><string>g</string>").c_str()));
+    EXPECT_EQ(both.keychainGroup, "keys");
+    EXPECT_EQ(both.identifier, "g");
+    for (const char* rest : {"", "<key>TesselAppGroup</key><string></string>", "<key>TesselAppGroup</key><true/>"}) {
+        const AppGroup alone(*bundle(directory, (std::string(group) + rest).c_str()));
+        EXPECT_EQ(alone.identifier, std::nullopt) << rest;
+        EXPECT_FALSE(ChatPlatform::SharedServerStore::make(alone)) << rest;
+    }
+}
+
+TEST(AppGroupDeathTest, AMissingKeychainGroupStopsTheProcess) {
+    const Support::TemporaryDirectory directory;
+    for (const char* entries : {"", "<key>TesselKeychainGroup</key><integer>1</integer>", "<dict>damaged"})
+        EXPECT_EXIT(AppGroup(*bundle(directory, entries)), testing::ExitedWithCode(70),
+                    "ChatPlatform/AppGroup: Fatal error: .*TesselKeychainGroup")
+            << entries;
+}
+
+}  // namespace

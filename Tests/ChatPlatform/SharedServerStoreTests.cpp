@@ -1,0 +1,140 @@
+#include "ChatPlatform/SharedServerStore.h"
+
+#include <unordered_set>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "Foundation/CocoaError.h"
+#include "Foundation/DecodingError.h"
+#include "Support/Support.h"
+
+using ChatPlatform::SharedServer;
+using ChatPlatform::SharedServerStore;
+using Foundation::CocoaError;
+using Foundation::DecodingError;
+using Foundation::URL;
+
+namespace {
+
+const URL url = *URL::parse("https://chat.example/team");
+
+SharedServer record(const std::string& serverID, const URL& at = url) {
+    return {.url = at, .serverID = serverID, .signingKey = "key", .userID = "user", .deviceToken = "device"};
+}
+
+struct SharedServerStoreTest : testing::Test {
+    Support::TemporaryDirectory directory;
+    SharedServerStore store{directory / "Library/Servers"};
+
+    std::vector<std::string> files() const {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(store.directory))
+            names.push_back(entry.path().filename());
+        return names;
+    }
+    unsigned mode(const std::filesystem::path& path) const {
+        struct stat status {};
+        EXPECT_EQ(::stat(path.c_str(), &status), 0);
+        return status.st_mode & 07777;
+    }
+};
+
+TEST_F(SharedServerStoreTest, StartsWithoutADirectory) {
+    EXPECT_TRUE(store.servers().empty());
+    EXPECT_FALSE(store.server(url));
+    EXPECT_FALSE(store.server("s"));
+    store.removeServer(url);
+    store.save(record("s"));
+    EXPECT_EQ(store.server("s"), record("s"));
+    EXPECT_EQ(store.server(url), record("s"));
+    EXPECT_FALSE(store.server(*URL::parse("https://chat.example/team/")));
+    EXPECT_EQ(mode(store.directory), 0700U);
+    EXPECT_EQ(mode(store.directory / "s.json"), 0600U);
+    EXPECT_EQ(std::unordered_set<SharedServer>({record("s"), record("s"), record("t")}).size(), 2U);
+}
+
+TEST_F(SharedServerStoreTest, ARecordTakesTheURLsPlace) {
+    store.save(record("old"));
+    store.save(record("other", *URL::parse("https://other.example")));
+    store.save(record("new"));
+    store.save(record("new"));
+    EXPECT_THAT(files(), testing::UnorderedElementsAre("new.json", "other.json"));
+    store.removeServer(url);
+    EXPECT_THAT(files(), testing::ElementsAre("other.json"));
+}
+
+TEST_F(SharedServerStoreTest, OnlyRecordsAreListed) {
+    store.save(record("s"));
+    for (const char* name : {"notes.txt", "S.JSON", ".json", "json"}) Support::writeFile(store.directory / name, "?");
+    EXPECT_EQ(store.servers().size(), 1U);
+    Support::writeFile(store.directory / ".hidden.json", record("h").json());
+    EXPECT_EQ(store.servers().size(), 2U);
+}
+
+TEST_F(SharedServerStoreTest, OneDamagedFileFailsTheListingAlone) {
+    store.save(record("s"));
+    Support::writeFile(store.directory / "t.json", R"({"url":"http://h","serverID":"t","signingKey":"","userID":""})");
+    try {
+        (void)store.server("t");
+        FAIL();
+    } catch (const DecodingError& error) {
+        EXPECT_EQ(error.path(), "deviceToken");
+    }
+    EXPECT_THROW((void)store.servers(), DecodingError);
+    EXPECT_THROW((void)store.server(url), DecodingError);
+    EXPECT_THROW(store.removeServer(url), DecodingError);
+    EXPECT_THROW(store.save(record("u")), DecodingError);
+    EXPECT_EQ(store.server("s"), record("s"));
+    EXPECT_THAT(files(), testing::UnorderedElementsAre("s.json", "t.json"));
+}
+
+TEST_F(SharedServerStoreTest, DamageIsNamed) {
+    const std::pair<const char*, const char*> rows[] = {
+        {R"({"url":"","serverID":"t","signingKey":"","userID":"","deviceToken":""})", "url"},
+        {R"({"url":"h","serverID":null,"signingKey":"","userID":"","deviceToken":""})", "serverID"},
+        {R"({"url":"h","serverID":"t","signingKey":"","userID":5,"deviceToken":""})", "userID"},
+        {R"({"url":"h","serverID":"t","signingKey":"","userID":"")", ""},
+        {"", ""},
+        {"\xff", ""},
+    };
+    for (const auto& [text, path] : rows) {
+        SCOPED_TRACE(text);
+        try {
+            (void)SharedServer::fromJSON(text);
+            ADD_FAILURE();
+        } catch (const DecodingError& error) {
+            EXPECT_EQ(error.path(), path);
+        }
+    }
+}
+
+TEST_F(SharedServerStoreTest, AnIdentifierStandsInThePathAsItIs) {
+    store.save(record("s"));
+    Support::writeFile(directory / "outside.json", record("outside").json());
+    EXPECT_EQ(store.server("../../outside"), record("outside"));
+    EXPECT_FALSE(store.server((directory / "outside").string()));
+    EXPECT_FALSE(store.server(std::string("s.json\0", 7) + "x"));
+    EXPECT_THROW((void)store.server(std::string(300, 'x')), CocoaError);
+    EXPECT_THROW(store.save(record(std::string("a\0b", 3))), CocoaError);
+    EXPECT_EQ(store.servers().size(), 1U);
+}
+
+TEST_F(SharedServerStoreTest, FailuresPassThroughAndLoseNothing) {
+    store.save(record("s"));
+    std::filesystem::create_directory(store.directory / "new.json");
+    EXPECT_THROW((void)store.server("new"), CocoaError);
+    std::filesystem::create_directory(store.directory / "t");
+    EXPECT_THROW(store.save(record("no/such/place")), CocoaError);
+    std::filesystem::remove(store.directory / "new.json");
+    EXPECT_EQ(store.server(url), record("s"));
+
+    // A file whose record bears another name: what is to be removed is not there.
+    std::filesystem::rename(store.directory / "s.json", store.directory / "misnamed.json");
+    for (const char* next : {"s", "t"}) EXPECT_THROW(store.save(record(next)), CocoaError) << next;
+    EXPECT_THROW(store.removeServer(url), CocoaError);
+    EXPECT_THAT(files(), testing::UnorderedElementsAre("misnamed.json", "t"));
+}
+
+}  // namespace

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <stdlib.h>
+
+#include "Foundation/PropertyList.h"
+#include "os/Logger.h"
+
+/// What the tests of several libraries share.
+namespace Support {
+
+/// A directory that goes with the object.
+class TemporaryDirectory {
+public:
+    TemporaryDirectory() {
+        std::string name = (std::filesystem::temp_directory_path() / "tessel-test-XXXXXX").string();
+        if (::mkdtemp(name.data()) == nullptr) throw std::filesystem::filesystem_error("mkdtemp", {});
+        path_ = name;
+    }
+    ~TemporaryDirectory() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    TemporaryDirectory(const TemporaryDirectory&) = delete;
+    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+
+    std::filesystem::path operator/(std::string_view name) const { return path_ / name; }
+    const std::filesystem::path& path() const { return path_; }
+
+private:
+    std::filesystem::path path_;
+};
+
+inline void writeFile(const std::filesystem::path& path, std::string_view text) {
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << text;
+}
+
+/// The dictionary in a JSON object.
+inline Foundation::Dictionary dictionary(std::string_view json) {
+    Foundation::Dictionary result;
+    Foundation::parseJSON(json, [&](Foundation::JSONReader& reader) { result = readDictionary(reader); });
+    return result;
+}
+
+inline std::string json(const Foundation::Dictionary& dictionary) {
+    Foundation::JSONWriter writer;
+    write(writer, dictionary);
+    return std::move(writer).text();
+}
+
+/// Takes the log of the process while it lives, one text an entry: "error A push …".
+class LogRecorder {
+public:
+    LogRecorder() {
+        os::setLogSink([this](const os::LogEntry& entry) {
+            const std::lock_guard lock(mutex_);
+            lines_.push_back((entry.level == os::LogLevel::error ? "error " : "default ") + entry.message);
+        });
+    }
+    ~LogRecorder() { os::setLogSink({}); }
+    LogRecorder(const LogRecorder&) = delete;
+    LogRecorder& operator=(const LogRecorder&) = delete;
+
+    std::vector<std::string> lines() const {
+        const std::lock_guard lock(mutex_);
+        return lines_;
+    }
+
+private:
+    mutable std::mutex mutex_;
+    std::vector<std::string> lines_;
+};
+
+}  // namespace Support
