@@ -46,7 +46,7 @@ std::string card(const UserNotifications::UNNotificationContent& content, const 
     if (!content.categoryIdentifier().empty()) appendPart(details, "category " + content.categoryIdentifier());
     if (content.badge()) appendPart(details, "badge " + std::to_string(*content.badge()));
     if (content.sound()) appendPart(details, "sound " + *content.sound());
-    return card + "╰─ " + Foundation::printable(details) + "\n";
+    return card + (details.empty() ? "╰─" : "╰─ " + Foundation::printable(details)) + "\n";
 }
 
 }  // namespace ExtensionHost

@@ -182,7 +182,7 @@ void Host::Core::takeStep(const RequestPointer& request) {
         logger().error("The extension failed when time ran out: ", os::Private{error.what()});
     }
     announcingTo = nullptr;
-    schedule(request, Clock::now() + grace);
+    schedule(request, Clock::now() + options_.grace);
 }
 
 void Host::Core::deliver(const RequestPointer& request, Delivery delivery, UNNotificationContent content) {

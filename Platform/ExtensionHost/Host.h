@@ -40,10 +40,9 @@ public:
         std::chrono::duration<double> timeLimit{30};
         std::size_t jobs = 1;  ///< requests in progress at once
         bool acceptsDonations = true;
+        /// From the announcement until nothing is waited for any more.
+        std::chrono::milliseconds grace{1000};
     };
-
-    /// Between the announcement and the end of the wait for an answer.
-    static constexpr std::chrono::milliseconds grace{1000};
 
     /// Tasks that may go on behind their requests, so that servers which hang cannot pile up threads without bound:
     /// beyond this number the next request waits for one to end.

@@ -96,7 +96,7 @@ TEST_F(PushProcessorTest, EachFailureEndsInSomeContent) {
          {"error Reading the session token failed: " + std::string(ChatPlatform::CredentialStore::Failure(-26275).what())},
          true, 1, 1, false},
         {"acknowledgement refused", acknowledgement({.status = 500}), {notAcknowledged}, true, 1, 2, true},
-        {"acknowledgement dropped", acknowledgement({.dropAfter = 10}), {notAcknowledged}, true, 1, 2, true},
+        {"acknowledgement dropped", acknowledgement({.dropAfter = 40}), {notAcknowledged}, true, 1, 2, true},
         {"acknowledgement is garbage", acknowledgement({.body = "<html>"}), {notAcknowledged}, true, 1, 2, true},
         {"no message asked for", [](auto& push) { push.isIDLoaded = false; }, {}, true, 1, 2, true},
         {"picture refused", picture({.status = 404}), {}, true, 2, 2, false, "x"},
