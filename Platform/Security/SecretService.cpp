@@ -1,0 +1,410 @@
+#include "Security/SecretService.h"
+
+#include <exception>
+#include <future>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <libsecret/secret.h>
+
+#include "Foundation/DynamicLibrary.h"
+#include "Foundation/UTF8.h"
+
+namespace Security {
+
+namespace {
+
+/// What stops an operation.
+class Failure final : public std::exception {
+public:
+    explicit Failure(OSStatus status) : status_(status) {}
+    OSStatus status() const { return status_; }
+
+private:
+    OSStatus status_;
+};
+
+/// libsecret and what is used of GLib beneath it, under the functions' own names.
+struct Library {
+    static const Library& shared() {
+        static const Library library;
+        return library;
+    }
+
+    Foundation::DynamicLibrary library{"libsecret-1.so.0"};
+#define TESSEL_FUNCTION(name) decltype(::name)* const name = library.function<decltype(::name)>(#name)
+    TESSEL_FUNCTION(g_bus_get_sync);
+    TESSEL_FUNCTION(g_cancellable_cancel);
+    TESSEL_FUNCTION(g_cancellable_new);
+    TESSEL_FUNCTION(g_dbus_connection_set_exit_on_close);
+    TESSEL_FUNCTION(g_dbus_error_quark);
+    TESSEL_FUNCTION(g_error_free);
+    TESSEL_FUNCTION(g_free);
+    TESSEL_FUNCTION(g_hash_table_insert);
+    TESSEL_FUNCTION(g_hash_table_new);
+    TESSEL_FUNCTION(g_hash_table_unref);
+    TESSEL_FUNCTION(g_io_error_quark);
+    TESSEL_FUNCTION(g_list_free);
+    TESSEL_FUNCTION(g_main_context_iteration);
+    TESSEL_FUNCTION(g_main_context_new);
+    TESSEL_FUNCTION(g_main_context_pop_thread_default);
+    TESSEL_FUNCTION(g_main_context_push_thread_default);
+    TESSEL_FUNCTION(g_main_context_unref);
+    TESSEL_FUNCTION(g_object_unref);
+    TESSEL_FUNCTION(g_set_error_literal);
+    TESSEL_FUNCTION(g_str_equal);
+    TESSEL_FUNCTION(g_str_hash);
+    TESSEL_FUNCTION(g_task_propagate_pointer);
+    TESSEL_FUNCTION(g_task_report_new_error);
+    TESSEL_FUNCTION(g_type_register_static_simple);
+    TESSEL_FUNCTION(secret_collection_for_alias_sync);
+    TESSEL_FUNCTION(secret_collection_get_locked);
+    TESSEL_FUNCTION(secret_error_get_quark);
+    TESSEL_FUNCTION(secret_item_create_sync);
+    TESSEL_FUNCTION(secret_item_delete_sync);
+    TESSEL_FUNCTION(secret_item_get_locked);
+    TESSEL_FUNCTION(secret_item_get_schema_name);
+    TESSEL_FUNCTION(secret_item_get_secret);
+    TESSEL_FUNCTION(secret_item_load_secret_sync);
+    TESSEL_FUNCTION(secret_item_set_secret_sync);
+    TESSEL_FUNCTION(secret_service_get_type);
+    TESSEL_FUNCTION(secret_service_open_sync);
+    TESSEL_FUNCTION(secret_service_search_sync);
+    TESSEL_FUNCTION(secret_value_get);
+    TESSEL_FUNCTION(secret_value_new);
+    TESSEL_FUNCTION(secret_value_unref);
+#undef TESSEL_FUNCTION
+
+    // Asked for at once: the service's errors are known by name only from then on.
+    const GQuark secretError = secret_error_get_quark();
+    const GType serviceType = registerServiceType();
+
+private:
+    GType registerServiceType() const;
+};
+
+/// Owns what one of the libraries' functions frees.
+template <class T, class Pointer = gpointer>
+using Owned = std::unique_ptr<T, void (*)(Pointer)>;
+using Attributes = Owned<GHashTable, GHashTable*>;
+using Items = std::vector<Owned<SecretItem>>;
+
+GVariant* refusePrompt(::SecretService*, SecretPrompt*, GCancellable*, const GVariantType*, GError** error) {
+    const Library& library = Library::shared();
+    library.g_set_error_literal(error, library.secretError, SECRET_ERROR_IS_LOCKED, "a prompt is needed");
+    return nullptr;
+}
+
+void refusePromptLater(::SecretService* service, SecretPrompt*, const GVariantType*, GCancellable*,
+                       GAsyncReadyCallback callback, gpointer data) {
+    const Library& library = Library::shared();
+    library.g_task_report_new_error(service, callback, data, nullptr, library.secretError,
+                                    SECRET_ERROR_IS_LOCKED, "a prompt is needed");
+}
+
+GVariant* finishRefusedPrompt(::SecretService*, GAsyncResult* result, GError** error) {
+    return static_cast<GVariant*>(
+        Library::shared().g_task_propagate_pointer(reinterpret_cast<GTask*>(result), error));
+}
+
+/// libsecret's class for the service, except that it refuses the prompts that the service asks for. The
+/// original shows them to the user and waits.
+GType Library::registerServiceType() const {
+    const auto initialise = [](gpointer object, gpointer) {
+        auto* type = static_cast<SecretServiceClass*>(object);
+        type->prompt_sync = &refusePrompt;
+        type->prompt_async = &refusePromptLater;
+        type->prompt_finish = &finishRefusedPrompt;
+    };
+    return g_type_register_static_simple(secret_service_get_type(), "TesselSecretService",
+                                         sizeof(SecretServiceClass), initialise, sizeof(::SecretService),
+                                         nullptr, GTypeFlags{});
+}
+
+constexpr SecretSchema schema = [] {
+    SecretSchema result{};
+    result.name = "com.norvane.tessel.keychain";
+    result.flags = SECRET_SCHEMA_NONE;
+    result.attributes[0] = {"service", SECRET_SCHEMA_ATTRIBUTE_STRING};
+    result.attributes[1] = {"account", SECRET_SCHEMA_ATTRIBUTE_STRING};
+    result.attributes[2] = {"access-group", SECRET_SCHEMA_ATTRIBUTE_STRING};
+    return result;
+}();
+
+/// Where a call puts its error, as its last argument.
+class ErrorSlot {
+public:
+    explicit ErrorSlot(const Library& library) : library_(library) {}
+    ~ErrorSlot() {
+        if (error_ != nullptr) library_.g_error_free(error_);
+    }
+    ErrorSlot(const ErrorSlot&) = delete;
+    ErrorSlot& operator=(const ErrorSlot&) = delete;
+
+    operator GError**() { return &error_; }
+
+    /// Throws the failure for the error, where there is one.
+    void check() const {
+        if (error_ != nullptr) throw Failure(status());
+    }
+
+private:
+    OSStatus status() const {
+        if (error_->domain == library_.secretError) {
+            switch (error_->code) {
+                case SECRET_ERROR_IS_LOCKED:
+                    return errSecInteractionNotAllowed;
+                case SECRET_ERROR_NO_SUCH_OBJECT:
+                    return errSecItemNotFound;
+                case SECRET_ERROR_ALREADY_EXISTS:
+                    return errSecDuplicateItem;
+                default:
+                    return errSecDecode;
+            }
+        }
+        if (error_->domain == library_.g_dbus_error_quark()) {
+            if (error_->code == G_DBUS_ERROR_ACCESS_DENIED) return errSecAuthFailed;
+            if (error_->code == G_DBUS_ERROR_FAILED) return errSecIO;
+        }
+        // An error of the service's own, by a name that is not known here.
+        if (error_->domain == library_.g_io_error_quark() && error_->code == G_IO_ERROR_DBUS_ERROR)
+            return errSecIO;
+        return errSecNotAvailable;
+    }
+
+    const Library& library_;
+    GError* error_ = nullptr;
+};
+
+/// The main context of a thread, so that what arrives for its connection does not pile up in the program's.
+class ThreadContext {
+public:
+    explicit ThreadContext(const Library& library)
+        : library_(library), context_(library.g_main_context_new()) {
+        library_.g_main_context_push_thread_default(context_);
+    }
+    ~ThreadContext() {
+        // What is still queued holds memory that only its dispatch frees.
+        while (library_.g_main_context_iteration(context_, FALSE) != FALSE) {
+        }
+        library_.g_main_context_pop_thread_default(context_);
+        library_.g_main_context_unref(context_);
+    }
+    ThreadContext(const ThreadContext&) = delete;
+    ThreadContext& operator=(const ThreadContext&) = delete;
+
+private:
+    const Library& library_;
+    GMainContext* context_;
+};
+
+bool isAttribute(const std::string& text) {
+    return text.find('\0') == std::string::npos && Foundation::isValidUTF8(text);
+}
+
+bool canExist(const GenericPasswordQuery& query) {
+    return isAttribute(query.service) && isAttribute(query.account) &&
+           isAttribute(query.accessGroup.value_or(""));
+}
+
+}  // namespace
+
+/// A connection to the service for the length of one operation, in the operation's thread. An operation
+/// returns the data, where it is one that finds any, and throws `Failure`.
+class SecretService::Session {
+public:
+    Session(const Library& library, GCancellable* cancellable)
+        : library_(library), cancellable_(cancellable), context_(library), service_(connect()) {}
+
+    Foundation::Data copyMatching(const GenericPasswordQuery& query) const {
+        const Items items = search(query);
+        for (const auto& item : items) {
+            if (isLocked(item)) continue;
+            ErrorSlot error(library_);
+            library_.secret_item_load_secret_sync(item.get(), cancellable_, error);
+            error.check();
+            const Owned<SecretValue> value(library_.secret_item_get_secret(item.get()),
+                                           library_.secret_value_unref);
+            if (!value) throw Failure(errSecDecode);
+            gsize length = 0;
+            const gchar* bytes = library_.secret_value_get(value.get(), &length);
+            return {bytes, bytes + length};
+        }
+        throw Failure(items.empty() ? errSecItemNotFound : errSecInteractionNotAllowed);
+    }
+
+    std::nullopt_t update(const GenericPasswordQuery& query, const Foundation::Data& data) const {
+        const Items items = searchUnlocked(query);
+        const Owned<SecretValue> value = secretValue(data);
+        for (const auto& item : items) {
+            ErrorSlot error(library_);
+            library_.secret_item_set_secret_sync(item.get(), value.get(), cancellable_, error);
+            error.check();
+        }
+        return std::nullopt;
+    }
+
+    std::nullopt_t add(GenericPasswordQuery item, const Foundation::Data& data) const {
+        if (!item.accessGroup) item.accessGroup.emplace();
+        for (const auto& same : search(item))
+            throw Failure(isLocked(same) ? errSecInteractionNotAllowed : errSecDuplicateItem);
+        ErrorSlot error(library_);
+        const Owned<SecretCollection> collection(
+            library_.secret_collection_for_alias_sync(service_.get(), SECRET_COLLECTION_DEFAULT,
+                                                      SECRET_COLLECTION_NONE, cancellable_, error),
+            library_.g_object_unref);
+        error.check();
+        if (!collection) throw Failure(errSecNotAvailable);
+        if (library_.secret_collection_get_locked(collection.get()) != FALSE)
+            throw Failure(errSecInteractionNotAllowed);
+        // Replacing, so that of two processes that add the item at once none leaves a second one.
+        const Owned<SecretItem> created(
+            library_.secret_item_create_sync(collection.get(), &schema, attributes(item).get(),
+                                             item.service.c_str(), secretValue(data).get(),
+                                             SECRET_ITEM_CREATE_REPLACE, cancellable_, error),
+            library_.g_object_unref);
+        error.check();
+        return std::nullopt;
+    }
+
+    std::nullopt_t remove(const GenericPasswordQuery& query) const {
+        for (const auto& item : searchUnlocked(query)) {
+            ErrorSlot error(library_);
+            library_.secret_item_delete_sync(item.get(), cancellable_, error);
+            error.check();
+        }
+        return std::nullopt;
+    }
+
+private:
+    Owned<::SecretService> connect() const {
+        ErrorSlot error(library_);
+        // GIO's connection is shared by all who hold it, and would end the process together with the bus.
+        const Owned<GDBusConnection> connection(
+            library_.g_bus_get_sync(G_BUS_TYPE_SESSION, cancellable_, error), library_.g_object_unref);
+        error.check();
+        library_.g_dbus_connection_set_exit_on_close(connection.get(), FALSE);
+        // A new instance each time: libsecret's own is kept for good, and would miss that the service
+        // restarted.
+        Owned<::SecretService> service(
+            library_.secret_service_open_sync(library_.serviceType, nullptr, SECRET_SERVICE_NONE,
+                                              cancellable_, error),
+            library_.g_object_unref);
+        error.check();
+        return service;
+    }
+
+    /// The attributes of the item; a view of the query's texts.
+    Attributes attributes(const GenericPasswordQuery& query) const {
+        Attributes table(library_.g_hash_table_new(library_.g_str_hash, library_.g_str_equal),
+                         library_.g_hash_table_unref);
+        const auto insert = [&](const char* name, const std::string& value) {
+            library_.g_hash_table_insert(table.get(), const_cast<char*>(name),
+                                         const_cast<char*>(value.c_str()));
+        };
+        insert("service", query.service);
+        insert("account", query.account);
+        if (query.accessGroup) insert("access-group", *query.accessGroup);
+        return table;
+    }
+
+    /// The items that match, locked ones too. The schema is no part of the search: of a keyring that nobody
+    /// has unlocked yet, the daemon knows every attribute but that one. Nor are secrets loaded: the search
+    /// would do so without heed of the cancellation and of errors.
+    Items search(const GenericPasswordQuery& query) const {
+        ErrorSlot error(library_);
+        GList* const found = library_.secret_service_search_sync(
+            service_.get(), nullptr, attributes(query).get(), SECRET_SEARCH_ALL, cancellable_, error);
+        Items items;
+        for (const GList* node = found; node != nullptr; node = node->next) {
+            Owned<SecretItem> item(static_cast<SecretItem*>(node->data), library_.g_object_unref);
+            if (isLocked(item) || hasOurSchema(item)) items.push_back(std::move(item));
+        }
+        library_.g_list_free(found);
+        error.check();
+        return items;
+    }
+
+    bool isLocked(const Owned<SecretItem>& item) const {
+        return library_.secret_item_get_locked(item.get()) != FALSE;
+    }
+
+    bool hasOurSchema(const Owned<SecretItem>& item) const {
+        const Owned<gchar> name(library_.secret_item_get_schema_name(item.get()), library_.g_free);
+        return name && std::string_view(name.get()) == schema.name;
+    }
+
+    /// The items that match, of which there is one at least and none is locked: all are changed or none.
+    Items searchUnlocked(const GenericPasswordQuery& query) const {
+        Items items = search(query);
+        if (items.empty()) throw Failure(errSecItemNotFound);
+        for (const auto& item : items)
+            if (isLocked(item)) throw Failure(errSecInteractionNotAllowed);
+        return items;
+    }
+
+    Owned<SecretValue> secretValue(const Foundation::Data& data) const {
+        const std::string_view bytes = Foundation::textView(data);
+        return {library_.secret_value_new(bytes.data(), static_cast<gssize>(bytes.size()),
+                                          "application/octet-stream"),
+                library_.secret_value_unref};
+    }
+
+    const Library& library_;
+    GCancellable* cancellable_;
+    ThreadContext context_;
+    Owned<::SecretService> service_;
+};
+
+SecretService::SecretService(std::chrono::milliseconds timeout) : timeout_(timeout) {}
+
+/// Runs the operation in a thread of its own, which is left to itself when the time is up. To cancel it is
+/// not enough: GIO's first call to the bus ("Hello") takes no heed of that, and waits for 25 seconds.
+SecItemResult SecretService::perform(Operation operation) const {
+    try {
+        const Library& library = Library::shared();
+        const std::shared_ptr<GCancellable> cancellable(library.g_cancellable_new(), library.g_object_unref);
+        std::packaged_task<SecItemResult()> task(
+            [&library, cancellable, operation = std::move(operation)]() -> SecItemResult {
+                try {
+                    return {errSecSuccess, operation(Session(library, cancellable.get()))};
+                } catch (const Failure& failure) {
+                    return {failure.status(), std::nullopt};
+                }
+            });
+        std::future<SecItemResult> result = task.get_future();
+        std::thread(std::move(task)).detach();
+        if (result.wait_for(timeout_) == std::future_status::ready) return result.get();
+        library.g_cancellable_cancel(cancellable.get());
+    } catch (const std::runtime_error&) {
+        // The library cannot be loaded, or no thread started.
+    }
+    return {errSecNotAvailable, std::nullopt};
+}
+
+SecItemResult SecretService::copyMatching(const GenericPasswordQuery& query) {
+    if (!canExist(query)) return {errSecItemNotFound, std::nullopt};
+    return perform([query](const Session& session) { return session.copyMatching(query); });
+}
+
+OSStatus SecretService::update(const GenericPasswordQuery& query, const Foundation::Data& data) {
+    if (!canExist(query)) return errSecItemNotFound;
+    return perform([query, data](const Session& session) { return session.update(query, data); }).status;
+}
+
+OSStatus SecretService::add(const GenericPasswordQuery& query, const Foundation::Data& data) {
+    if (!canExist(query)) return errSecParam;
+    return perform([query, data](const Session& session) { return session.add(query, data); }).status;
+}
+
+OSStatus SecretService::remove(const GenericPasswordQuery& query) {
+    if (!canExist(query)) return errSecItemNotFound;
+    return perform([query](const Session& session) { return session.remove(query); }).status;
+}
+
+}  // namespace Security

@@ -1,0 +1,265 @@
+#include "Security/SecItem.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <memory>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include "PrivateSession.h"
+#include "Security/EmbeddedStore.h"
+#include "Security/SecretService.h"
+
+namespace Security {
+
+void PrintTo(const SecItemResult& result, std::ostream* stream) {
+    *stream << result.status << ", " << testing::PrintToString(result.data);
+}
+
+namespace {
+
+using namespace std::chrono_literals;
+using namespace std::string_literals;
+using Foundation::bytes;
+using Keyring = PrivateSession::Keyring;
+using testing::Each;
+using testing::ElementsAre;
+using testing::FieldsAre;
+
+const GenericPasswordQuery item{"com.example.session", "https://chat.example", "group"};
+
+auto isData(const std::string& data) {
+    return FieldsAre(errSecSuccess, bytes(data));
+}
+auto isStatus(OSStatus status) {
+    return FieldsAre(status, std::nullopt);
+}
+
+/// The statuses of read, update, add and delete, in this order.
+std::vector<OSStatus> everyStatus(SecretStore&& store, const GenericPasswordQuery& query = item) {
+    return {store.copyMatching(query).status, store.update(query, bytes("other")),
+            store.add(query, bytes("other")), store.remove(query)};
+}
+
+/// What holds for either store.
+class SecItem : public testing::TestWithParam<const char*> {
+protected:
+    SecItem() {
+        ::setenv("TESSEL_KEYCHAIN", ("file:" + (directory_ / "keychain").string()).c_str(), 1);
+        if (GetParam() == "EmbeddedStore"s) return;
+        ::unsetenv("TESSEL_KEYCHAIN");
+        session_ = std::make_unique<PrivateSession>(directory_.path(), Keyring::unlocked);
+    }
+
+private:
+    Support::TemporaryDirectory directory_;
+    std::unique_ptr<PrivateSession> session_;
+};
+
+INSTANTIATE_TEST_SUITE_P(, SecItem, testing::Values("EmbeddedStore", "SecretService"),
+                         [](const auto& row) { return row.param; });
+
+TEST_P(SecItem, livesFromAddToDelete) {
+    EXPECT_THAT(SecItemCopyMatching(item), isStatus(errSecItemNotFound));
+    EXPECT_EQ(SecItemUpdate(item, bytes("none")), errSecItemNotFound);
+    EXPECT_EQ(SecItemDelete(item), errSecItemNotFound);
+    // Binary, of any length: the second one is no UTF-8, the third empty.
+    for (const std::string& data : {"first"s, "\0 \xFF\xFE \0\xC3"s, ""s, std::string(100'000, '\x80')}) {
+        EXPECT_EQ(SecItemAdd(item, bytes(data)), errSecSuccess);
+        EXPECT_EQ(SecItemAdd(item, bytes("second")), errSecDuplicateItem);
+        EXPECT_THAT(SecItemCopyMatching(item), isData(data));
+        EXPECT_EQ(SecItemUpdate(item, bytes(data + data)), errSecSuccess);
+        EXPECT_THAT(SecItemCopyMatching(item), isData(data + data));
+        EXPECT_EQ(SecItemDelete(item), errSecSuccess);
+        EXPECT_THAT(SecItemCopyMatching(item), isStatus(errSecItemNotFound));
+    }
+}
+
+TEST_P(SecItem, matchesAnyAccessGroupWhereNoneIsAskedFor) {
+    const auto of = [](std::optional<std::string> group) {
+        return GenericPasswordQuery{item.service, item.account, std::move(group)};
+    };
+    const auto any = of({});
+    ASSERT_EQ(SecItemAdd(of("one"), bytes("1")), errSecSuccess);
+    EXPECT_THAT(SecItemCopyMatching(any), isData("1"));
+    ASSERT_EQ(SecItemAdd(any, bytes("none")), errSecSuccess) << "an item without a group is another item";
+    EXPECT_EQ(SecItemAdd(any, bytes("none")), errSecDuplicateItem);
+    EXPECT_THAT(SecItemCopyMatching(of("")), isData("none"));
+    EXPECT_THAT(SecItemCopyMatching(of("two")), isStatus(errSecItemNotFound));
+    EXPECT_EQ(SecItemUpdate(of(""), bytes("one of them")), errSecSuccess);
+    EXPECT_THAT(SecItemCopyMatching(of("one")), isData("1"));
+    EXPECT_EQ(SecItemUpdate(any, bytes("all")), errSecSuccess);
+    for (const char* group : {"", "one"})
+        EXPECT_THAT(SecItemCopyMatching(of(group)), isData("all")) << group;
+    EXPECT_EQ(SecItemDelete(of("one")), errSecSuccess);
+    EXPECT_THAT(SecItemCopyMatching(any), isData("all"));
+    ASSERT_EQ(SecItemAdd(of("one"), bytes("1")), errSecSuccess);
+    EXPECT_EQ(SecItemDelete(any), errSecSuccess);
+    EXPECT_THAT(SecItemCopyMatching(any), isStatus(errSecItemNotFound));
+}
+
+TEST_P(SecItem, isNamedByTheExactTexts) {
+    const std::vector<std::string> accounts = {
+        item.account,           item.account + '/',  "HTTPS://chat.example",
+        "https://chat.exampl_", "https://chat.ex%",  "' OR 1 --",
+        "Stra\u00DFe",          "Strasse\U0001F511", ""};
+    EXPECT_EQ(SecItemAdd({"com.example", item.account, item.accessGroup}, bytes("service")), errSecSuccess);
+    for (const auto& account : accounts)
+        EXPECT_EQ(SecItemAdd({item.service, account, item.accessGroup}, bytes(account)), errSecSuccess)
+            << account;
+    for (const auto& account : accounts)
+        EXPECT_THAT(SecItemCopyMatching({item.service, account, item.accessGroup}), isData(account))
+            << account;
+}
+
+TEST(SecItemStatus, tellsAnUnknownKindOfStore) {
+    for (const char* kind : {"file:", "/keychain", "FILE:/keychain"}) {
+        ::setenv("TESSEL_KEYCHAIN", kind, 1);
+        EXPECT_THAT(SecItemCopyMatching(item), isStatus(errSecParam)) << kind;
+        EXPECT_THAT((std::vector{SecItemUpdate(item, {}), SecItemAdd(item, {}), SecItemDelete(item)}),
+                    Each(errSecParam));
+    }
+    EXPECT_EQ(SecCopyErrorMessageString(errSecItemNotFound),
+              "The specified item could not be found in the keychain.");
+    EXPECT_EQ(SecCopyErrorMessageString(-1), std::nullopt);
+}
+
+TEST(EmbeddedStore, takesAttributesOfAnyBytes) {
+    const Support::TemporaryDirectory directory;
+    EmbeddedStore store(directory / "keychain");
+    for (const std::string& account : {"a"s, "a\0"s, "a\0b"s, "\xFF"s, "\xFE"s}) {
+        EXPECT_EQ(store.add({"service", account, {}}, bytes(account)), errSecSuccess);
+        EXPECT_THAT(store.copyMatching({"service", account, {}}), isData(account));
+    }
+}
+
+TEST(EmbeddedStore, isCreatedByAnAddForItsUserAlone) {
+    const Support::TemporaryDirectory directory;
+    EmbeddedStore store(directory / "keychain");
+    EXPECT_EQ(store.copyMatching(item).status, errSecItemNotFound);
+    EXPECT_EQ(store.update(item, {}), errSecItemNotFound);
+    EXPECT_EQ(store.remove(item), errSecItemNotFound);
+    EXPECT_TRUE(std::filesystem::is_empty(directory.path()));
+
+    const mode_t mask = ::umask(0);
+    Support::writeFile(directory / "shared", "");  // by somebody else, for all to read
+    for (const char* name : {"keychain", "shared"}) {
+        EXPECT_THAT(everyStatus(EmbeddedStore(directory / name)),
+                    ElementsAre(errSecItemNotFound, errSecItemNotFound, errSecSuccess, errSecSuccess));
+        EXPECT_EQ(std::filesystem::status(directory / name).permissions(), std::filesystem::perms(0600))
+            << name;
+    }
+    ::umask(mask);
+}
+
+TEST(EmbeddedStore, saysWhatIsWrongWithTheFile) {
+    const Support::TemporaryDirectory directory;
+    Support::writeFile(directory / "text", std::string(4096, 'x'));
+    EXPECT_THAT(everyStatus(EmbeddedStore(directory / "text")), Each(errSecDecode));
+    EXPECT_THAT(everyStatus(EmbeddedStore(directory.path())), Each(errSecIO));
+    EXPECT_THAT(everyStatus(EmbeddedStore(directory / "missing/keychain")),
+                ElementsAre(errSecItemNotFound, errSecItemNotFound, errSecIO, errSecItemNotFound));
+
+    Support::writeFile(directory / "forbidden", "");
+    std::filesystem::permissions(directory / "forbidden", std::filesystem::perms::none);
+    const uid_t user = ::geteuid();
+    ASSERT_EQ(::seteuid(user == 0 ? 65534 : user), 0);  // nothing is forbidden to root
+    const auto statuses = everyStatus(EmbeddedStore(directory / "forbidden"));
+    ASSERT_EQ(::seteuid(user), 0);
+    EXPECT_THAT(statuses, Each(errSecAuthFailed));
+}
+
+TEST(EmbeddedStore, takesWritersOneByOne) {
+    const Support::TemporaryDirectory directory;
+    std::vector<std::thread> writers;
+    for (const char* account : {"a", "b", "c", "d"})
+        writers.emplace_back([&directory, query = GenericPasswordQuery{"service", account, {}}] {
+            EmbeddedStore store(directory / "keychain");
+            EXPECT_EQ(store.add(query, {}), errSecSuccess);
+            for (int i = 0; i < 10; ++i)
+                EXPECT_EQ(store.update(query, bytes(query.account)), errSecSuccess);
+            EXPECT_THAT(store.copyMatching(query), isData(query.account));
+        });
+    for (auto& writer : writers)
+        writer.join();
+}
+
+TEST(SecretService, tellsLockedFromMissing) {
+    const Support::TemporaryDirectory home;
+    {
+        const PrivateSession session(home.path(), Keyring::unlocked);
+        ASSERT_EQ(SecretService().add(item, bytes("data")), errSecSuccess);
+    }
+    const PrivateSession session(home.path(), Keyring::locked);
+    EXPECT_THAT(everyStatus(SecretService()), Each(errSecInteractionNotAllowed));
+    EXPECT_THAT(
+        everyStatus(SecretService(), {"service", "another", {}}),
+        ElementsAre(errSecItemNotFound, errSecItemNotFound, errSecInteractionNotAllowed, errSecItemNotFound));
+}
+
+TEST(SecretService, hasNoItemWhoseAttributesAreNoText) {
+    for (const GenericPasswordQuery& query : {GenericPasswordQuery{"service\0"s, "account", {}},
+                                              {"service", "\xFF", {}},
+                                              {"service", "account", "group\0"s}})
+        EXPECT_THAT(everyStatus(SecretService(), query),
+                    ElementsAre(errSecItemNotFound, errSecItemNotFound, errSecParam, errSecItemNotFound));
+}
+
+/// Listens as a bus that authenticates its clients and answers nothing more, for as long as the process
+/// lives.
+void startSilentBus(const std::string& path) {
+    sockaddr_un address{AF_UNIX, {}};
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    const int listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    ASSERT_EQ(::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(::listen(listener, 8), 0);
+    std::thread([listener] {
+        const auto welcome =
+            "REJECTED EXTERNAL\r\nDATA\r\nOK 0123456789abcdef0123456789abcdef\r\nAGREE_UNIX_FD\r\n"s;
+        while (::write(::accept(listener, nullptr, nullptr), welcome.data(), welcome.size()) > 0)
+            continue;
+    }).detach();
+}
+
+enum class Silence { noBus, noService, serviceHangs, busHangs };
+
+/// Whether each operation ends as "not available", and where something hangs when the store's own time is up:
+/// GIO itself gives a call 25 seconds.
+bool isNotAvailable(Silence silence) {
+    const Support::TemporaryDirectory home;
+    const auto socket = (home / "bus").string();
+    ::setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + socket).c_str(), 1);
+    std::optional<PrivateSession> session;
+    if (silence == Silence::noService) session.emplace(home.path(), Keyring::none);
+    if (silence == Silence::busHangs) startSilentBus(socket);
+    if (silence == Silence::serviceHangs) {
+        session.emplace(home.path(), Keyring::unlocked);
+        if (SecretService().add(item, bytes("data")) != errSecSuccess) return false;
+        session->suspendKeyring();
+    }
+    // What is known to be missing is not waited for.
+    const bool hangs = silence == Silence::serviceHangs || silence == Silence::busHangs;
+    const std::chrono::milliseconds timeout = hangs ? 100ms : 1h;
+    const auto start = std::chrono::steady_clock::now();
+    const auto statuses = everyStatus(SecretService(timeout));
+    const auto elapsed = std::chrono::steady_clock::now() - start;
+    return statuses == std::vector<OSStatus>(4, errSecNotAvailable) && elapsed < 20s &&
+           (!hangs || elapsed >= timeout);
+}
+
+TEST(SecretService, isNotAvailableWithoutAnAnswer) {
+    // In processes of their own: the connection is one for all operations, those that were given up included.
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    for (const auto silence : {Silence::noBus, Silence::noService, Silence::serviceHangs, Silence::busHangs})
+        EXPECT_EXIT(std::_Exit(isNotAvailable(silence) ? 0 : 1), testing::ExitedWithCode(0), testing::Eq(""))
+            << static_cast<int>(silence);
+}
+
+}  // namespace
+
+}  // namespace Security
