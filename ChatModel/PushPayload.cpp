@@ -3,6 +3,8 @@
 #include <array>
 #include <utility>
 
+#include "Foundation/Hash.h"
+
 namespace ChatModel {
 
 using Foundation::Dictionary;
@@ -91,3 +93,10 @@ bool PushPayload::isCleared(const PushPayload& clear) const {
 }
 
 }  // namespace ChatModel
+
+std::size_t std::hash<ChatModel::PushPayload>::operator()(const ChatModel::PushPayload& push) const noexcept {
+    return Foundation::hashOf(push.kind, push.serverID, push.serverURL, push.ackID, push.signature, push.postID,
+                              push.channelID, push.rootID, push.teamID, push.senderID, push.senderName,
+                              push.channelName, push.overrideUsername, push.overrideIconURL, push.isFromWebhook,
+                              push.isCollapsedThreads, push.isIDLoaded, push.badge, push.subType, push.isVerified);
+}

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -74,3 +76,8 @@ std::string_view wireName(PushPayload::Kind kind);
 std::optional<PushPayload::Kind> pushKind(std::string_view wireName);
 
 }  // namespace ChatModel
+
+template <>
+struct std::hash<ChatModel::PushPayload> {
+    std::size_t operator()(const ChatModel::PushPayload& push) const noexcept;
+};

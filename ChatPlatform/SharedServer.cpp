@@ -1,6 +1,5 @@
 #include "ChatPlatform/SharedServer.h"
 
-#include "Foundation/Hash.h"
 #include "Foundation/JSONCoding.h"
 
 using ChatPlatform::SharedServer;
@@ -19,5 +18,5 @@ SharedServer SharedServer::fromJSON(std::string_view text) { return Foundation::
 std::string SharedServer::json() const { return Foundation::encodeJSON(*this); }
 
 std::size_t std::hash<SharedServer>::operator()(const SharedServer& server) const noexcept {
-    return Foundation::hashOf(server.url, server.serverID, server.signingKey, server.userID, server.deviceToken);
+    return Foundation::hashFields(server);
 }

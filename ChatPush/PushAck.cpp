@@ -99,3 +99,7 @@ std::optional<PushAck::Message> PushAck::send(const PushPayload& push, Foundatio
 }
 
 }  // namespace ChatPush
+
+std::size_t std::hash<PushAck::Message>::operator()(const PushAck::Message& message) const noexcept {
+    return Foundation::hashFields(message);
+}

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <exception>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -79,3 +81,8 @@ std::string_view wireName(PushAck::Platform platform);
 std::optional<PushAck::Platform> pushAckPlatform(std::string_view wireName);
 
 }  // namespace ChatPush
+
+template <>
+struct std::hash<ChatPush::PushAck::Message> {
+    std::size_t operator()(const ChatPush::PushAck::Message& message) const noexcept;
+};

@@ -2,7 +2,6 @@
 
 #include <exception>
 #include <memory>
-#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -15,14 +14,6 @@ namespace ChatPush {
 using UserNotifications::ContentHandler;
 using UserNotifications::UNMutableNotificationContent;
 using UserNotifications::UNNotificationRequest;
-
-namespace {
-
-void logFault(const std::exception& error) {
-    os::Logger("com.norvane.tessel", "Push").error("The push pipeline stopped: ", os::Private{error.what()});
-}
-
-}  // namespace
 
 PushNotificationService::PushNotificationService()
     : PushNotificationService([] { return PushProcessor(Foundation::Bundle::main()); }) {}
@@ -42,9 +33,8 @@ void PushNotificationService::didReceive(const UNNotificationRequest& request, C
         std::thread([self = std::move(self), content = request.content.mutableCopy()]() mutable {
             self->process(std::move(content));
         }).detach();
-    } catch (const std::system_error& error) {
-        logFault(error);
-        serviceExtensionTimeWillExpire();
+    } catch (const std::exception& error) {
+        deliverBest(error);
     }
 }
 
@@ -56,8 +46,16 @@ void PushNotificationService::process(UNMutableNotificationContent content) noex
         deliver(processor.communicationContent(std::move(prepared)));
     } catch (const std::exception& error) {
         // Nothing of the pipeline's own comes this far: memory has run out, or a library is missing.
-        logFault(error);
+        deliverBest(error);
+    }
+}
+
+void PushNotificationService::deliverBest(const std::exception& fault) noexcept {
+    try {
         serviceExtensionTimeWillExpire();
+        os::Logger("com.norvane.tessel", "Push").error("The push pipeline stopped: ", os::Private{fault.what()});
+    } catch (const std::exception&) {
+        // Without memory for the log line there is none for telling so either; the content came first.
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <functional>
 #include <optional>
 
@@ -40,6 +41,8 @@ private:
     };
 
     void process(UserNotifications::UNMutableNotificationContent content) noexcept;
+    /// Hands over the best content where no thread could be started, or where the pipeline was thrown out of.
+    void deliverBest(const std::exception& fault) noexcept;
     void keep(std::optional<Content> content);
     void deliver(const Content& content);
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <exception>
+#include <functional>
 #include <string_view>
 
 /// The check that a push comes from its server: a compact JSON Web Signature (RFC 7515) with ES256 (RFC 7518,
@@ -43,3 +45,10 @@ private:
 void verify(std::string_view token, std::string_view publicKey, std::string_view ackID, std::string_view deviceToken);
 
 }  // namespace ChatPush::PushSignature
+
+template <>
+struct std::hash<ChatPush::PushSignature::Failure> {
+    std::size_t operator()(const ChatPush::PushSignature::Failure& failure) const noexcept {
+        return static_cast<std::size_t>(failure.value());
+    }
+};

@@ -1,18 +1,13 @@
 #include "ExtensionHost/PushInput.h"
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <cstdio>
 #include <optional>
 #include <string_view>
 #include <system_error>
 #include <utility>
 
-#include <unistd.h>
-
 #include "Foundation/Files.h"
-#include "Foundation/UTF8.h"
+#include "Foundation/StandardStreams.h"
 
 namespace ExtensionHost {
 
@@ -73,26 +68,14 @@ bool PushInput::readFile(const std::string& file, const std::function<bool(Push)
 }
 
 bool PushInput::readStandardInput(const std::function<bool(Push)>& take) {
-    std::string pending;
-    std::array<char, 65536> chunk{};
-    std::size_t number = 1;
-    while (true) {
-        const ssize_t count = ::read(STDIN_FILENO, chunk.data(), chunk.size());
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) {
-            report(standardInput, std::generic_category().message(errno));
-            return true;
-        }
-        if (count == 0) return readLine(standardInput, number, pending, take);
-        std::string_view rest(chunk.data(), static_cast<std::size_t>(count));
-        for (std::size_t end = rest.find('\n'); end != std::string_view::npos; end = rest.find('\n')) {
-            pending += rest.substr(0, end);
-            if (!readLine(standardInput, number++, pending, take)) return false;
-            pending.clear();
-            rest.remove_prefix(end + 1);
-        }
-        pending += rest;
+    Foundation::StandardInput input;
+    try {
+        for (std::size_t number = 1; const auto line = input.next(); ++number)
+            if (!readLine(standardInput, number, line->text, take)) return false;
+    } catch (const std::system_error& error) {
+        report(standardInput, error.code().message());
     }
+    return true;
 }
 
 bool PushInput::readLine(const std::string& file, std::size_t number, std::string_view line,
@@ -109,8 +92,7 @@ bool PushInput::readLine(const std::string& file, std::size_t number, std::strin
 
 void PushInput::report(const std::string& place, const std::string& reason) {
     allGood_ = false;
-    const std::string line = Foundation::printable(place + ": " + reason) + '\n';
-    std::fwrite(line.data(), 1, line.size(), stderr);
+    Foundation::reportError(place + ": " + reason);
 }
 
 }  // namespace ExtensionHost

@@ -5,7 +5,8 @@
 
 namespace Foundation {
 
-/// Why a JSON text could not be read as what was expected. It names the place and never repeats the text.
+/// Why a JSON text could not be read as what was expected. It names the place, by the text's own keys, and repeats
+/// nothing else of the text.
 class DecodingError final : public std::exception {
 public:
     enum class Reason {

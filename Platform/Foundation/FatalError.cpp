@@ -1,18 +1,15 @@
 #include "Foundation/FatalError.h"
 
-#include <cstdio>
 #include <string>
 
 #include <unistd.h>
 
-#include "Foundation/UTF8.h"
+#include "Foundation/StandardStreams.h"
 
 namespace Foundation {
 
 void fatalError(std::string_view message, std::string_view source) {
-    const std::string line = printable(std::string(source) + ": Fatal error: " + std::string(message)) + '\n';
-    std::fwrite(line.data(), 1, line.size(), stderr);
-    std::fflush(stderr);
+    reportError(std::string(source) + ": Fatal error: " + std::string(message));
     ::_exit(fatalExitStatus);
 }
 

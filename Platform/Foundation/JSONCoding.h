@@ -9,6 +9,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "Foundation/Hash.h"
 #include "Foundation/JSONReader.h"
 #include "Foundation/JSONWriter.h"
 #include "Foundation/URL.h"
@@ -111,7 +112,6 @@ void encodeValue(JSONWriter& writer, const Value& value) {
 template <class Record, class Member>
 void decodeField(JSONReader& reader, const Field<Record, Member>& field, Record& record) {
     Member& member = record.*(field.member);
-    member = Record{}.*(field.member);
     if (field.presence != Presence::required && reader.null()) return;
     if constexpr (requires { member.emplace(); })
         decodeValue(reader, member.emplace());
@@ -146,6 +146,7 @@ Record decode(JSONReader& reader) {
                 std::size_t row = 0;
                 const auto take = [&](const auto& field) {
                     if (key != field.key) return ++row, false;
+                    if (seen[row]) record.*(field.member) = Record{}.*(field.member);
                     detail::decodeField(value, field, record);
                     return seen[row] = true;
                 };
@@ -172,6 +173,12 @@ void encode(JSONWriter& writer, const Record& record) {
     writer.beginObject();
     std::apply([&](const auto&... rows) { (detail::encodeField(writer, rows, record), ...); }, fields<Record>);
     writer.endObject();
+}
+
+/// A hash over all of a record's members.
+template <HasFields Record>
+std::size_t hashFields(const Record& record) {
+    return std::apply([&](const auto&... rows) { return hashOf(record.*(rows.member)...); }, fields<Record>);
 }
 
 /// A record from its JSON text. Throws `DecodingError`.

@@ -1,9 +1,12 @@
 #include "Networking/CurlSession.h"
 
 #include <algorithm>
+#include <chrono>
 #include <memory>
 #include <new>
+#include <optional>
 #include <string_view>
+#include <utility>
 
 #include <curl/curl.h>
 
@@ -20,37 +23,69 @@ struct ListDeleter {
 };
 using HeaderList = std::unique_ptr<curl_slist, ListDeleter>;
 
-/// What the write callback fills.
-struct Answer {
+using Clock = std::chrono::steady_clock;
+
+constexpr int maximumRedirects = 20;
+constexpr std::size_t maximumHead = std::size_t{256} << 10;
+
+/// One exchange with a server: what the callbacks fill and watch.
+struct Exchange {
     Data data;
+    std::size_t headLength = 0;
+    bool hasWholeHead = false;
     bool tooLarge = false;
     bool outOfMemory = false;
+    bool timedOut = false;
+
+    std::chrono::duration<double> patience{60};
+    Clock::time_point lastByte = Clock::now();
+    curl_off_t sent = 0;
 };
 
 std::size_t receive(char* bytes, std::size_t size, std::size_t count, void* target) noexcept {
-    auto& answer = *static_cast<Answer*>(target);
+    auto& exchange = *static_cast<Exchange*>(target);
     const std::size_t length = size * count;
+    exchange.lastByte = Clock::now();
     // The server's own word for the length (or none) cannot be trusted: what arrives is counted.
-    answer.tooLarge = length > CurlSession::maximumAnswer - answer.data.size();
-    if (answer.tooLarge) return 0;
+    exchange.tooLarge = length > CurlSession::maximumAnswer - exchange.data.size();
+    if (exchange.tooLarge) return 0;
     try {
-        answer.data.insert(answer.data.end(), bytes, bytes + length);
+        exchange.data.insert(exchange.data.end(), bytes, bytes + length);
     } catch (const std::bad_alloc&) {
-        answer.outOfMemory = true;
+        exchange.outOfMemory = true;
         return 0;
     }
     return length;
 }
 
+std::size_t receiveHeader(char* bytes, std::size_t size, std::size_t count, void* target) noexcept {
+    auto& exchange = *static_cast<Exchange*>(target);
+    const std::string_view line(bytes, size * count);
+    exchange.lastByte = Clock::now();
+    exchange.headLength += line.size();
+    exchange.tooLarge = exchange.headLength > maximumHead;
+    if (exchange.tooLarge) return 0;
+    // libcurl takes a head that is cut short between two lines for a whole one, with no body: the blank line tells.
+    if (line == "\r\n" || line == "\n") exchange.hasWholeHead = true;
+    if (line.starts_with("HTTP/")) exchange.hasWholeHead = false;
+    return line.size();
+}
+
+/// Called at least once a second. libcurl's own limit is on the mean speed, which a slow but steady server misses.
+int watch(void* target, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent) noexcept {
+    auto& exchange = *static_cast<Exchange*>(target);
+    if (std::exchange(exchange.sent, sent) != sent) exchange.lastByte = Clock::now();
+    exchange.timedOut = Clock::now() - exchange.lastByte > exchange.patience;
+    return exchange.timedOut ? 1 : 0;
+}
+
 Code codeFor(CURLcode result) {
     switch (result) {
-        case CURLE_UNSUPPORTED_PROTOCOL:
         case CURLE_URL_MALFORMAT: return Code::unsupportedURL;
         case CURLE_COULDNT_RESOLVE_PROXY:
         case CURLE_COULDNT_RESOLVE_HOST: return Code::cannotFindHost;
         case CURLE_COULDNT_CONNECT: return Code::cannotConnectToHost;
         case CURLE_OPERATION_TIMEDOUT: return Code::timedOut;
-        case CURLE_TOO_MANY_REDIRECTS: return Code::httpTooManyRedirects;
         case CURLE_PEER_FAILED_VERIFICATION: return Code::serverCertificateUntrusted;
         case CURLE_SSL_CONNECT_ERROR:
         case CURLE_SSL_CIPHER:
@@ -61,6 +96,7 @@ Code codeFor(CURLcode result) {
         case CURLE_RECV_ERROR:
         case CURLE_HTTP2:
         case CURLE_HTTP2_STREAM: return Code::networkConnectionLost;
+        case CURLE_UNSUPPORTED_PROTOCOL:  // the address has been looked at: it is the answer that is no HTTP
         case CURLE_WEIRD_SERVER_REPLY: return Code::badServerResponse;
         case CURLE_BAD_CONTENT_ENCODING: return Code::cannotDecodeContentData;
         default: return Code::unknown;
@@ -78,7 +114,9 @@ HeaderList headerList(const URLRequest& request) {
     HeaderList list;
     for (const auto& [name, value] : request.headers) {
         using namespace std::string_view_literals;
-        const std::string line = name + ": " + value;
+        // libcurl leaves a header out that ends in its colon; one without a value is spelled with a semicolon.
+        const bool isEmpty = value.find_first_not_of(" \t") == std::string::npos;
+        const std::string line = isEmpty ? name + ';' : name + ": " + value;
         // A line break would let the value write headers of its own.
         if (line.find_first_of("\r\n\0"sv) != std::string::npos) throw URLError(Code::cannotSendHeader);
         curl_slist* longer = curl_slist_append(list.get(), line.c_str());
@@ -94,12 +132,12 @@ void configure(CURL* handle) {
     set(handle, CURLOPT_NOSIGNAL, 1L);
     set(handle, CURLOPT_QUICK_EXIT, 1L);  // a look-up that hangs must not hold the handle's end up
     set(handle, CURLOPT_PROTOCOLS_STR, "http,https");
-    set(handle, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
-    set(handle, CURLOPT_FOLLOWLOCATION, 1L);
-    set(handle, CURLOPT_MAXREDIRS, 20L);
     set(handle, CURLOPT_PATH_AS_IS, 1L);  // the address is sent as it is spelled
     set(handle, CURLOPT_ACCEPT_ENCODING, "");
     set(handle, CURLOPT_WRITEFUNCTION, &receive);
+    set(handle, CURLOPT_HEADERFUNCTION, &receiveHeader);
+    set(handle, CURLOPT_XFERINFOFUNCTION, &watch);
+    set(handle, CURLOPT_NOPROGRESS, 0L);
 
     // The authorities are looked up one by one in a directory; reading the bundle of all costs 25 ms at a cold start.
     const auto file = environmentVariable("SSL_CERT_FILE");
@@ -111,9 +149,43 @@ void configure(CURL* handle) {
         set(handle, CURLOPT_CAPATH, static_cast<const char*>(nullptr));
 }
 
-/// Scheme, host and port: what a connection belongs to.
+/// libcurl would guess the scheme of "chat.example/a", and take "http:/chat.example" for "http://chat.example".
+bool isHTTP(const URL& url) {
+    const auto scheme = url.scheme();
+    const auto host = url.host();
+    return scheme && host && !host->empty() &&
+           (curl_strequal(scheme->c_str(), "http") != 0 || curl_strequal(scheme->c_str(), "https") != 0);
+}
+
+/// Scheme, host and port: what a connection and a token belong to. Another spelling of the same counts as another.
 std::string originOf(const URL& url) {
     return url.scheme().value_or("") + "://" + url.host().value_or("") + ':' + url.port().value_or("");
+}
+
+/// The request that the answer sends the client on to; nothing where it is the last. Statuses beside these five are
+/// answers, whatever "Location" says.
+std::optional<URLRequest> redirected(const URLRequest& request, CURL* handle, long status) {
+    const char* location = nullptr;
+    if (status != 301 && status != 302 && status != 303 && status != 307 && status != 308) return std::nullopt;
+    curl_easy_getinfo(handle, CURLINFO_REDIRECT_URL, &location);
+    if (location == nullptr) return std::nullopt;
+    auto url = URL::parse(location);
+    if (!url) throw URLError(Code::unsupportedURL);
+
+    URLRequest next = request;
+    if (originOf(*url) != originOf(request.url))
+        std::erase_if(next.headers, [](const auto& header) {
+            return curl_strequal(header.first.c_str(), "Authorization") != 0;
+        });
+    next.url = *std::move(url);
+    if (status < 307 && next.httpMethod == "POST") {
+        next.httpMethod = "GET";
+        next.httpBody.clear();
+        std::erase_if(next.headers, [](const auto& header) {
+            return curl_strequal(header.first.c_str(), "Content-Type") != 0;
+        });
+    }
+    return next;
 }
 
 }  // namespace
@@ -148,7 +220,7 @@ void* CurlSession::take(const std::string& origin) {
     {
         const std::lock_guard lock(mutex_);
         const auto found = idle_.find(origin);
-        if (found != idle_.end()) {
+        if (found != idle_.end()) {  // an origin without idle handles is not in the map
             void* handle = found->second.back();
             found->second.pop_back();
             if (found->second.empty()) idle_.erase(found);
@@ -164,11 +236,18 @@ void* CurlSession::take(const std::string& origin) {
 void CurlSession::giveBack(const std::string& origin, void* handle) {
     curl_easy_reset(handle);  // options go, the connection stays
     void* surplus = handle;
-    try {
+    {
         const std::lock_guard lock(mutex_);
-        idle_[origin].push_back(handle);
-        surplus = nullptr;
-        if (++idleCount_ > maximumIdle) {
+        try {
+            idle_[origin].push_back(handle);
+            surplus = nullptr;
+            ++idleCount_;
+        } catch (const std::bad_alloc&) {
+            // Without memory for the pool the connection is simply not kept.
+            const auto found = idle_.find(origin);
+            if (found != idle_.end() && found->second.empty()) idle_.erase(found);
+        }
+        if (idleCount_ > maximumIdle) {
             const auto fullest = std::max_element(idle_.begin(), idle_.end(), [](const auto& left, const auto& right) {
                 return left.second.size() < right.second.size();
             });
@@ -177,41 +256,58 @@ void CurlSession::giveBack(const std::string& origin, void* handle) {
             if (fullest->second.empty()) idle_.erase(fullest);
             --idleCount_;
         }
-    } catch (const std::bad_alloc&) {
-        // Without memory for the pool the connection is simply not kept.
     }
     if (surplus != nullptr) curl_easy_cleanup(surplus);
 }
 
-std::pair<Data, HTTPURLResponse> CurlSession::data(const URLRequest& request) {
+/// Makes one request, whatever its answer; returns the body and the status.
+std::pair<Data, long> CurlSession::perform(void* handle, const URLRequest& request) {
     const HeaderList headers = headerList(request);
-    const Lease lease(*this, originOf(request.url));
-    CURL* const handle = lease.handle();
-    Answer answer;
+    Exchange exchange;
+    exchange.patience = std::chrono::duration<double>(request.timeoutInterval);
 
     configure(handle);
-    const auto seconds = static_cast<long>(std::max(1.0, request.timeoutInterval));
-    set(handle, CURLOPT_CONNECTTIMEOUT, seconds);
-    set(handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
-    set(handle, CURLOPT_LOW_SPEED_TIME, seconds);
+    set(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(request.timeoutInterval * 1000));
     set(handle, CURLOPT_URL, request.url.absoluteString().c_str());
     set(handle, CURLOPT_HTTPHEADER, headers.get());
-    set(handle, CURLOPT_WRITEDATA, static_cast<void*>(&answer));
+    set(handle, CURLOPT_WRITEDATA, static_cast<void*>(&exchange));
+    set(handle, CURLOPT_HEADERDATA, static_cast<void*>(&exchange));
+    set(handle, CURLOPT_XFERINFODATA, static_cast<void*>(&exchange));
     if (request.httpMethod == "POST") {
         set(handle, CURLOPT_POST, 1L);
         set(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request.httpBody.size()));
-        set(handle, CURLOPT_POSTFIELDS, request.httpBody.empty() ? "" : reinterpret_cast<const char*>(request.httpBody.data()));
+        // Without a pointer libcurl would ask a callback for the body.
+        set(handle, CURLOPT_POSTFIELDS,
+            request.httpBody.empty() ? "" : reinterpret_cast<const char*>(request.httpBody.data()));
     } else if (request.httpMethod != "GET") {
         throw URLError(Code::unknown);
     }
 
     const CURLcode result = curl_easy_perform(handle);
-    if (answer.tooLarge) throw URLError(Code::dataLengthExceedsMaximum);
-    if (answer.outOfMemory || result == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
+    if (exchange.tooLarge) throw URLError(Code::dataLengthExceedsMaximum);
+    if (exchange.timedOut) throw URLError(Code::timedOut);
+    if (exchange.outOfMemory) throw std::bad_alloc();
     if (result != CURLE_OK) throw URLError(codeFor(result));
+    if (!exchange.hasWholeHead) throw URLError(Code::networkConnectionLost);
     long status = 0;
     curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &status);
-    return {std::move(answer.data), {static_cast<int>(status)}};
+    return {std::move(exchange.data), status};
+}
+
+std::pair<Data, HTTPURLResponse> CurlSession::data(const URLRequest& request) {
+    // Redirects are followed here, not by libcurl: each address is looked at by the one parser of ours, and the token
+    // stays behind by one rule.
+    std::optional<URLRequest> next;
+    for (int redirects = 0; redirects <= maximumRedirects; ++redirects) {
+        const URLRequest& current = next ? *next : request;
+        if (!isHTTP(current.url)) throw URLError(Code::unsupportedURL);
+        const Lease lease(*this, originOf(current.url));
+        auto [data, status] = perform(lease.handle(), current);
+        auto following = redirected(current, lease.handle(), status);
+        if (!following) return {std::move(data), {static_cast<int>(status)}};
+        next = std::move(following);
+    }
+    throw URLError(Code::httpTooManyRedirects);
 }
 
 }  // namespace Foundation

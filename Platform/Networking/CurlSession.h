@@ -27,6 +27,7 @@ public:
 private:
     class Lease;
 
+    static std::pair<Data, long> perform(void* handle, const URLRequest& request);
     void* take(const std::string& origin);
     void giveBack(const std::string& origin, void* handle);
 

@@ -32,9 +32,9 @@ public:
     /// The process-wide session, which lives as long as the process.
     static std::shared_ptr<URLSession> shared();
 
-    /// Makes the request and waits for the whole answer. As on the platform, up to 20 redirects are followed, a 301,
-    /// 302 or 303 turns a POST into a GET, "Authorization" stays behind on the way to another host or port, and
-    /// compressed content is decoded. An answer of more than 8 MiB is an error. Throws `URLError`. Safe to call from
+    /// Makes the request and waits for the whole answer. Up to 20 redirects are followed (301, 302, 303, 307, 308): the
+    /// first three turn a POST into a GET, and "Authorization" stays behind on the way to another scheme, host or port.
+    /// Compressed content is decoded. An answer of more than 8 MiB is an error. Throws `URLError`. Safe to call from
     /// several threads.
     virtual std::pair<Data, HTTPURLResponse> data(const URLRequest& request) = 0;
 };

@@ -81,13 +81,17 @@ OSStatus restrictMode(const std::filesystem::path& path) {
     return ::chmod(path.c_str(), 0600) == 0 ? errSecSuccess : statusForErrno(errno);
 }
 
+/// False for a directory or a device.
+bool mayBeStore(const std::filesystem::path& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode);
+}
+
 /// Opens the file and runs the preparation, unless it is null, and the statement. `data` is null where none
 /// is written.
 SecItemResult run(const std::filesystem::path& path, const char* preparation, const char* sql,
                   const GenericPasswordQuery& query, const Foundation::Data* data) {
-    if (data != nullptr) {
-        if (const OSStatus status = restrictMode(path); status != errSecSuccess) return {status, {}};
-    }
+    if (!mayBeStore(path)) return {errSecIO, {}};
     sqlite3* opened = nullptr;
     // Opened for writing even where it is only read: a crashed writer's journal may have to be rolled back.
     // The operation is the connection's only user, hence no mutex.
@@ -115,6 +119,10 @@ SecItemResult run(const std::filesystem::path& path, const char* preparation, co
     if (result == SQLITE_OK && data != nullptr) result = bind(prepared, 4, data->data(), data->size());
     if (result != SQLITE_OK) return {statusFor(opened, result), {}};
 
+    // Only now is it known to be a store of ours: another file keeps its mode.
+    if (data != nullptr) {
+        if (const OSStatus status = restrictMode(path); status != errSecSuccess) return {status, {}};
+    }
     result = sqlite3_step(prepared);
     if (result == SQLITE_ROW) {
         const auto* bytes = static_cast<const std::uint8_t*>(sqlite3_column_blob(prepared, 0));

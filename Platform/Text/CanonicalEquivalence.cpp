@@ -75,6 +75,7 @@ bool canonicallyEquivalent(std::string_view left, std::string_view right) {
     if (left == right) return true;
     // ASCII is its own normal form, but a few characters outside it (U+212A KELVIN SIGN) are equivalent to some of it.
     if (isASCII(left) && isASCII(right)) return false;
+    if (std::max(left.size(), right.size()) > longestNormalized) return false;
     const Normalizer& normalizer = Normalizer::shared();
     return normalizer.normalized(left) == normalizer.normalized(right);
 }

@@ -1,6 +1,5 @@
 #include "os/Logger.h"
 
-#include <cstdio>
 #include <utility>
 
 #include <sys/uio.h>
@@ -11,7 +10,7 @@
 #define SD_JOURNAL_SUPPRESS_LOCATION
 #include <systemd/sd-journal.h>
 
-#include "Foundation/UTF8.h"
+#include "Foundation/StandardStreams.h"
 
 namespace os {
 
@@ -39,12 +38,8 @@ bool writeToJournal(const LogEntry& entry) {
 }
 
 void writeToStandardError(const LogEntry& entry) {
-    const std::string line =
-        Foundation::printable((entry.level == LogLevel::error ? "error " : "default ") + entry.subsystem + ' ' +
-                              entry.category + ": " + entry.message) +
-        '\n';
-    // One call, so that lines of several threads do not mix.
-    std::fwrite(line.data(), 1, line.size(), stderr);
+    Foundation::reportError((entry.level == LogLevel::error ? "error " : "default ") + entry.subsystem + ' ' +
+                            entry.category + ": " + entry.message);
 }
 
 }  // namespace

@@ -1,8 +1,7 @@
 #include "tessel/Model.h"
 
-#include <exception>
-#include <iostream>
 
+#include "Foundation/StandardStreams.h"
 #include "Foundation/UTF8.h"
 #include "tessel/ExitStatus.h"
 
@@ -37,11 +36,10 @@ const Operation* findOperation(const std::string& name) {
 
 int runModel(const Operation& operation) {
     bool good = true;
-    std::string line;
-    while (std::getline(std::cin, line)) {
-        if (line.find_first_not_of(" \t\r") == std::string::npos) continue;
-        std::cout << answer(operation, line, good) << '\n' << std::flush;
-    }
+    Foundation::StandardInput input;
+    while (const auto line = input.next())
+        if (line->text.find_first_not_of(" \t\r") != std::string::npos)
+            Foundation::writeToStandardOutput(answer(operation, line->text, good) + '\n');
     return good ? done : notFoundOrBadInput;
 }
 

@@ -23,7 +23,7 @@ const Operations& pushOperations();
 const Operation* findOperation(const std::string& name);
 
 /// Applies the operation to each line of standard input that is not blank, and answers each with a line. Returns the
-/// exit status.
+/// exit status. Throws `std::system_error` where input or output fails.
 int runModel(const Operation& operation);
 
 /// An operation's input: the members of an object. Unknown ones are passed over. Valid while the object is being read.

@@ -1,12 +1,15 @@
 #include "tessel/ServerCommands.h"
 
-#include <cstdio>
 #include <exception>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <system_error>
 
 #include "ChatPlatform/SharedServerStore.h"
+#include "Foundation/DecodingError.h"
+#include "Foundation/Files.h"
+#include "Foundation/StandardStreams.h"
 #include "Foundation/UTF8.h"
 #include "tessel/BundlePath.h"
 #include "tessel/ExitStatus.h"
@@ -32,7 +35,24 @@ std::string utf8Only(const std::string& text) {
     return Foundation::isValidUTF8(text) ? std::string() : "the text is not UTF-8";
 }
 
-void print(const std::string& line) { std::printf("%s\n", line.c_str()); }
+void print(const std::string& line) { Foundation::writeToStandardOutput(line + '\n'); }
+
+/// Says what keeps the records from being read. A damaged one is named: it is in the way of all.
+void report(const SharedServerStore& store, const std::exception& error) {
+    std::string place = store.directory;
+    if (dynamic_cast<const Foundation::DecodingError*>(&error) != nullptr) {
+        for (const auto& name : Foundation::Files::names(store.directory)) {
+            try {
+                const auto file = store.directory / name;
+                if (file.extension() == ".json")
+                    (void)SharedServer::fromJSON(Foundation::textView(Foundation::Files::read(file)));
+            } catch (const Foundation::DecodingError&) {
+                place = store.directory / name;
+            }
+        }
+    }
+    Foundation::reportError("the records of servers, " + place + ": " + error.what());
+}
 
 void printRecord(const SharedServer& server, const Arguments& arguments) {
     if (arguments.format == "json")
@@ -43,15 +63,21 @@ void printRecord(const SharedServer& server, const Arguments& arguments) {
 
 /// Runs an operation on the records; returns the exit status.
 int onStore(const Arguments& arguments, const std::function<int(const SharedServerStore&)>& operation) {
-    const auto store = SharedServerStore::make(AppGroup(*openBundle(arguments.bundle)));
+    const AppGroup group(*openBundle(arguments.bundle));
+    const auto store = SharedServerStore::make(group);
     if (!store) {
-        std::fputs("there is no shared container: neither TESSEL_GROUP_CONTAINERS nor HOME is set\n", stderr);
+        Foundation::reportError(group.identifier
+                                    ? "there is no shared container: none of TESSEL_GROUP_CONTAINERS, XDG_DATA_HOME "
+                                      "and HOME is set"
+                                    : "there is no shared container: the extension's bundle declares no group");
         return storageFailed;
     }
     try {
         return operation(*store);
+    } catch (const std::system_error&) {
+        throw;  // of the output, not of the store
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "the records in %s: %s\n", store->directory.c_str(), printable(error.what()).c_str());
+        report(*store, error);
         return storageFailed;
     }
 }
@@ -59,7 +85,7 @@ int onStore(const Arguments& arguments, const std::function<int(const SharedServ
 int show(const SharedServerStore& store, const Arguments& arguments) {
     const auto server = store.server(arguments.server.serverID);
     if (!server) {
-        std::fprintf(stderr, "no server has the identifier %s\n", printable(arguments.server.serverID).c_str());
+        Foundation::reportError("no server has the identifier " + arguments.server.serverID);
         return notFoundOrBadInput;
     }
     if (arguments.format == "json") {
@@ -76,18 +102,25 @@ int show(const SharedServerStore& store, const Arguments& arguments) {
 
 }  // namespace
 
+void addBundleOption(CLI::App& command, std::string& bundle) {
+    command.add_option("--bundle", bundle, "The extension's bundle")
+        ->check([](const std::string& path) { return path.empty() ? "a path is wanted" : ""; })
+        ->type_name("PATH");
+}
+
 Foundation::URL parsedURL(const std::string& text) {
     auto url = Foundation::URL::parse(text);
-    if (!url) throw CLI::ValidationError("URL", "not a URL (RFC 3986): " + printable(text));
+    if (!url) throw CLI::ValidationError("URL", "the text is no URL (RFC 3986)");
     return *std::move(url);
 }
 
 void addServerCommands(CLI::App& app, int& status) {
     const auto arguments = std::make_shared<Arguments>();
     CLI::App* server = app.add_subcommand("server", "The records of signed-in servers")->require_subcommand(1);
+    addBundleOption(*server, arguments->bundle);
     const auto command = [&](const char* name, const char* description) {
         CLI::App* added = server->add_subcommand(name, description);
-        added->add_option("--bundle", arguments->bundle, "The extension's bundle")->type_name("PATH");
+        addBundleOption(*added, arguments->bundle);
         return added;
     };
     const auto formatOption = [&](CLI::App* added) {
@@ -102,6 +135,7 @@ void addServerCommands(CLI::App& app, int& status) {
     };
     text("--url", arguments->url, "The server's address");
     text("--id", arguments->server.serverID, "The server's identifier, which names the record's file");
+    add->get_option("--id")->check([](const std::string& id) { return id.empty() ? "the text is empty" : ""; });
     text("--signing-key", arguments->server.signingKey, "Base64 of the DER P-256 public key that it signs with");
     text("--user", arguments->server.userID, "The signed-in user's identifier");
     text("--device-token", arguments->server.deviceToken, "The device token registered with the server");

@@ -12,7 +12,11 @@ namespace tessel {
 void addServerCommands(CLI::App& app, int& status);
 void addTokenCommands(CLI::App& app, int& status);
 
-/// An option's or argument's text as a URL. Throws `CLI::ValidationError`.
+/// Gives a command `--bundle`. Throws, when parsing, `CLI::ValidationError` for an empty path.
+void addBundleOption(CLI::App& command, std::string& bundle);
+
+/// An option's or argument's text as a URL. Throws `CLI::ValidationError`, which does not repeat the text: there may
+/// be a password in it.
 Foundation::URL parsedURL(const std::string& text);
 
 }  // namespace tessel

@@ -1,11 +1,10 @@
-#include <cstdio>
 #include <functional>
-#include <iostream>
 #include <memory>
 #include <string>
 
 #include "ChatPlatform/AppGroup.h"
 #include "ChatPlatform/CredentialStore.h"
+#include "Foundation/StandardStreams.h"
 #include "tessel/BundlePath.h"
 #include "tessel/ExitStatus.h"
 #include "tessel/ServerCommands.h"
@@ -28,17 +27,18 @@ int onCredentials(const Arguments& arguments,
     try {
         return operation(credentials, url);
     } catch (const CredentialStore::Failure& failure) {
-        std::fprintf(stderr, "the secret store: %s (%d)\n", failure.what(), failure.status());
+        Foundation::reportError("the secret store: " + std::string(failure.what()) + " (" +
+                                std::to_string(failure.status()) + ')');
         return storageFailed;
     }
 }
 
 int setToken(const CredentialStore& credentials, const Foundation::URL& url) {
-    std::string token;
-    std::getline(std::cin, token);
-    if (token.ends_with('\r')) token.pop_back();
+    const auto line = Foundation::StandardInput().next();
+    std::string token = line ? line->text : "";
+    if (line && line->isEnded && token.ends_with('\r')) token.pop_back();
     if (token.empty()) {
-        std::fputs("the token on standard input is empty\n", stderr);
+        Foundation::reportError("the token on standard input is empty");
         return notFoundOrBadInput;
     }
     credentials.setToken(token, url);
@@ -50,9 +50,10 @@ int setToken(const CredentialStore& credentials, const Foundation::URL& url) {
 void addTokenCommands(CLI::App& app, int& status) {
     const auto arguments = std::make_shared<Arguments>();
     CLI::App* token = app.add_subcommand("token", "The session tokens in the secret store")->require_subcommand(1);
+    addBundleOption(*token, arguments->bundle);
     const auto command = [&](const char* name, const char* description, auto operation) {
         CLI::App* added = token->add_subcommand(name, description);
-        added->add_option("--bundle", arguments->bundle, "The extension's bundle")->type_name("PATH");
+        addBundleOption(*added, arguments->bundle);
         added->add_option("URL", arguments->url, "The server's address")->required();
         added->callback([arguments, &status, operation] { status = onCredentials(*arguments, operation); });
     };

@@ -1,11 +1,12 @@
-#include <cstdio>
 #include <exception>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include <CLI/CLI.hpp>
 
-#include "Foundation/UTF8.h"
+#include "ExtensionHost/CommandLine.h"
+#include "Foundation/StandardStreams.h"
 #include "tessel/BundlePath.h"
 #include "tessel/ExitStatus.h"
 #include "tessel/Model.h"
@@ -20,10 +21,10 @@ void addModelCommand(CLI::App& app, std::string& name, std::string& bundle, int&
     CLI::App* model = app.add_subcommand("model", "Tries one operation of the model on each line of standard input");
     model->footer("Operations:" + known);
     model->add_option("OPERATION", name, "The operation's name")->required();
-    model->add_option("--bundle", bundle, "Taken for likeness; no operation needs it")->type_name("PATH");
+    tessel::addBundleOption(*model, bundle);  // taken for likeness; no operation needs it
     model->callback([&name, &status] {
         const tessel::Operation* operation = tessel::findOperation(name);
-        if (operation == nullptr) throw CLI::ValidationError("OPERATION", "unknown: " + Foundation::printable(name));
+        if (operation == nullptr) throw CLI::ValidationError("OPERATION", "unknown: " + name);
         status = tessel::runModel(*operation);
     });
 }
@@ -39,7 +40,11 @@ int main(int argc, char** argv) {
     CLI::App app("The notification extension's tool: servers, session tokens, pushes.", "tessel");
     app.set_version_flag("--version", std::string(TESSEL_VERSION));
     app.require_subcommand(1);
-    app.failure_message([](const CLI::App*, const CLI::Error& error) { return std::string(error.what()) + '\n'; });
+    app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    app.failure_message([](const CLI::App* failed, const CLI::Error& error) {
+        const bool isUnknown = error.get_name() == "RequiredError" && !failed->remaining(true).empty();
+        return isUnknown ? "the subcommand is unknown; --help tells which there are\n" : ExtensionHost::usageError(error);
+    });
     // Handled above; it stands here to be listed.
     app.add_subcommand("push", "Turns push payloads into notifications: the extension's own program");
     tessel::addServerCommands(app, status);
@@ -49,8 +54,11 @@ int main(int argc, char** argv) {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? tessel::done : tessel::wrongUsage;
+    } catch (const std::system_error& error) {
+        Foundation::reportError(error.what());
+        return tessel::notFoundOrBadInput;
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "%s\n", Foundation::printable(error.what()).c_str());
+        Foundation::reportError(error.what());
         return tessel::storageFailed;
     }
     return status;

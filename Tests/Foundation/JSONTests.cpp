@@ -1,0 +1,163 @@
+#include <cmath>
+#include <stdexcept>
+
+#include <gmock/gmock.h>
+
+#include "Foundation/JSONCoding.h"
+#include "Foundation/PropertyList.h"
+
+// clang-format off: the tables hold several short rows on a line.
+using namespace Foundation;
+using namespace std::string_literals;
+using Reason = DecodingError::Reason;
+
+namespace {
+
+struct File {
+    std::string name;
+    std::int64_t size = 0;
+    bool operator==(const File&) const = default;
+};
+
+struct Post {
+    std::string id;
+    std::int64_t count = 7;
+    std::optional<bool> isPinned{};
+    std::optional<File> file{};
+    std::optional<URL> link{};
+    bool operator==(const Post&) const = default;
+};
+
+/// The error that the read ends in; nothing where it succeeds.
+std::optional<DecodingError> errorOf(std::string_view text, FunctionRef<void(JSONReader&)> read) {
+    try {
+        parseJSON(text, read);
+        return std::nullopt;
+    } catch (const DecodingError& error) {
+        return error;
+    }
+}
+
+}  // namespace
+
+template <>
+constexpr auto Foundation::fields<File> =
+    std::tuple{required("name", &File::name), required("size", &File::size)};
+template <>
+constexpr auto Foundation::fields<Post> =
+    std::tuple{required("id", &Post::id), defaulted("count", &Post::count), optional("file", &Post::file),
+               optional("is_pinned", &Post::isPinned), optional("link", &Post::link)};
+
+namespace {
+
+TEST(JSONReader, RefusesWhatIsMalformedHoweverItIsPassedOver) {
+    std::vector<std::string> texts = {
+        "", " ", "NaN", "Infinity", "-", "+1", "01", "-01", "1.", ".5", "1e", "1e+", "0x1", "--1", "truex", "True", "nul", "nulll", "falsey", "'a'", "1 2", "{} {}", "1,2", "1],[2", "]", "1]",
+        "}", "[1 2]", "[1,]", "[,1]", "[1,,2]", "[1:2]", R"(["a":1])", "[1", "[1]]", "[1}", R"({"a" 1})",
+        R"({"a":1,})", "{,}", R"({"a"})", "{1:2}", R"({"a":1 "b":2})", R"({"a":1])", R"({"a":})", R"(")",
+        R"("a)", R"("\x")", R"("\u12g4")", R"("\ud800")", R"("\udc00")", R"("\ud800\ud800")", R"("\ud800x")",
+        R"({"\x":1})", R"({"\udc00":1})", "\"a\tb\"", "\"a\0b\""s, "1\0"s, "[1]\0"s, "\xEF\xBB\xBF{}",
+        "\"\xFF\"", "\"\xED\xA0\x80\"", "{\"\xFF\":1}", "null//", "\v1"};
+    for (const int depth : {513, 100'000}) texts.push_back(std::string(depth, '[') + std::string(depth, ']'));
+    void (*const passes[])(JSONReader&) = {[](JSONReader&) {}, [](JSONReader& value) { value.raw(); },
+                                           [](JSONReader& value) { PropertyList::read(value); }};
+    for (const auto& text : texts)
+        for (const auto pass : passes)
+            for (const auto& whole : {text, "{\"a\":" + text + ",\"b\":1}", "[{\"a\":" + text + "}]"}) {
+                const auto error = errorOf(whole, pass);
+                EXPECT_TRUE(error && error->reason() == Reason::malformed) << whole.substr(0, 40);
+            }
+    const auto error = errorOf("[NaN]", [](JSONReader& value) { value.failExpecting("another kind"); });
+    EXPECT_TRUE(error && error->reason() == Reason::malformed);
+}
+
+TEST(JSONReader, ReadsValuesExactly) {
+    using Array = PropertyList::Array;
+    const std::pair<std::string, PropertyList> rows[] = {
+        {"\t\r\n null \n", {}}, {"true", true}, {" [ ] ", Array{}},
+        {R"({"":{ }})", Dictionary{{"", Dictionary{}}}},
+        {"[1,[true,\"]\"],{}]", Array{1, Array{true, "]"}, Dictionary{}}}, {"-0", 0}, {"3.0", 3.0},
+        {"-1.5E+1", -15.0}, {"9223372036854775807", INT64_MAX}, {"9223372036854775808", 0x1p63},
+        {"-9223372036854775808", INT64_MIN}, {"12345678901234567890123", 12345678901234567890123.0},
+        {"9007199254740993", std::int64_t{9007199254740993}},
+        {"9007199254740993.00000000000000000001", 9007199254740994.0}, {"1e-310", 1e-310}, {"1e-400", 0.0},
+        {"1.00000000000000011102230246251565404236316680908203126", 1.0000000000000002}, {"5e-324", 5e-324},
+        {R"("\"\\\/\b\f\n\r\t\u00E9\ud83d\ude00")", "\"\\/\b\f\n\r\t\u00E9\U0001F600"},
+        {R"("\u0000")", "\0"s}, {R"({"a":{"b":1},"\u0061":2})", Dictionary{{"a", 2}}},
+        {R"({"\"":1,"a":[1],"a":null})", Dictionary{{"\"", 1}, {"a", {}}}}};
+    for (const auto& [text, expected] : rows) {
+        PropertyList value = "unread";
+        parseJSON(text, [&](JSONReader& reader) { value = PropertyList::read(reader); });
+        EXPECT_TRUE(value == expected) << text;
+        EXPECT_FALSE(errorOf("[[" + text + "]]", [](JSONReader& reader) { reader.raw(); })) << text;
+    }
+    EXPECT_FALSE(errorOf(std::string(512, '[') + std::string(512, ']'), [](JSONReader&) {}));
+}
+
+TEST(JSONReader, HandsOutTheTextOfAValueWhileOtherTextsAreRead) {
+    std::vector<std::string> found;
+    parseJSON(R"([ {"b":[1, "]}" ]} , { },[]  ,1.50 ,"\u0041 "])", [&](JSONReader& value) {
+        value.array([&](JSONReader& element) {
+            const std::string_view raw = element.raw();
+            parseJSON(raw, [&](JSONReader& inner) { found.emplace_back(inner.raw()); });
+            EXPECT_EQ(raw, found.back());
+        });
+    });
+    EXPECT_THAT(found, testing::ElementsAre(R"({"b":[1, "]}" ]})", "{ }", "[]", "1.50", R"("\u0041 ")"));
+}
+
+TEST(JSONWriter, WritesTheShortestNumbersAndEscapesWhatItMust) {
+    const std::pair<double, const char*> rows[] = {
+        {-0.0, "-0"}, {3.0, "3"}, {0.1, "0.1"}, {100000, "100000"}, {1e-5, "0.00001"}, {-2.5e-5, "-0.000025"},
+        {1e16, "1e+16"}, {9.5e-6, "9.5e-06"}, {9999999999999998, "9999999999999998"},
+        {1.7976931348623157e308, "1.7976931348623157e+308"}};
+    for (const auto& [number, text] : rows) EXPECT_EQ(JSONWriter().value(number).text(), text);
+    EXPECT_THROW(JSONWriter().value(double{NAN}), std::invalid_argument);
+    EXPECT_THROW(JSONWriter().value(-HUGE_VAL), std::invalid_argument);
+    JSONWriter writer;
+    writer.beginObject().key("k\"\n").value("/\\\b\f\r\t\0\x1F\x7F"s).key("e").beginObject().endObject();
+    writer.key("l").beginArray().null().value(true).beginArray().endArray().raw("{}").value("").endArray();
+    EXPECT_EQ(writer.endObject().text(),
+              "{\"k\\\"\\n\":\"/\\\\\\b\\f\\r\\t\\u0000\\u001f\x7F\",\"e\":{},\"l\":[null,true,[],{},\"\"]}");
+    EXPECT_THROW(JSONWriter().value("\xC3"), std::invalid_argument);
+    EXPECT_THROW(JSONWriter().beginObject().key("\xED\xA0\x80"), std::invalid_argument);
+}
+
+TEST(JSONCoding, KeepsToTheTable) {
+    const auto whole = R"({"id":"","count":1,"file":{"name":"f","size":2},"is_pinned":false,"link":"h:%20"})";
+    const std::tuple<std::string, Post, std::string> records[] = {
+        {whole, {"", 1, false, File{"f", 2}, URL::parse("h:%20")}, whole},
+        {R"({"link":null,"file":null,"count":null,"id":"a"})", {"a"}, R"({"id":"a","count":7})"},
+        {R"({"id":"a","count":-9.223372036854775808e18})", {"a", INT64_MIN},
+         R"({"id":"a","count":-9223372036854775808})"},
+        {R"({"id":"a","count":1,"is_pinned":true,"x":[{}],"count":null,"is_pinned":null,"\u0069d":"b"})",
+         {"b"}, R"({"id":"b","count":7})"}};
+    for (const auto& [text, post, written] : records) {
+        EXPECT_EQ(decodeJSON<Post>(text), post) << text;
+        EXPECT_EQ(encodeJSON(post), written);
+    }
+}
+
+TEST(JSONCoding, NamesThePlaceOfAnErrorAndNotTheText) {
+    const std::tuple<const char*, Reason, std::string> rows[] = {
+        {"{}", Reason::keyNotFound, "[1].id"}, {"\"canary\"", Reason::typeMismatch, "[1]"},
+        {R"({"id":null})", Reason::typeMismatch, "[1].id"},
+        {R"({"id":"a","id":null})", Reason::typeMismatch, "[1].id"},
+        {R"({"id":"a","is_pinned":1})", Reason::typeMismatch, "[1].is_pinned"},
+        {R"({"id":"a","count":"canary"})", Reason::typeMismatch, "[1].count"},
+        {R"({"id":"a","count":3.5})", Reason::typeMismatch, "[1].count"},
+        {R"({"id":"a","count":9223372036854775808})", Reason::typeMismatch, "[1].count"},
+        {R"({"id":"a","count":9223372036854775808.0})", Reason::typeMismatch, "[1].count"},
+        {R"({"id":"a","link":"can ary"})", Reason::typeMismatch, "[1].link"},
+        {R"({"id":"a","file":{"name":"f"}})", Reason::keyNotFound, "[1].file.size"},
+        {R"({"id":"a","x":[0,{"y":canary}]})", Reason::malformed, "[1].x[1].y"}};
+    for (const auto& [post, reason, path] : rows) {
+        const auto read = [](JSONReader& value) { if (!value.null()) decode<Post>(value); };
+        const auto error = errorOf("[null,"s + post + "]", [&](JSONReader& posts) { posts.array(read); });
+        ASSERT_TRUE(error && error->reason() == reason) << post;
+        EXPECT_EQ(error->below("posts").path(), "posts" + path);
+        EXPECT_THAT(error->what(), Not(testing::HasSubstr("canary")));
+    }
+}
+
+}  // namespace
