@@ -44,7 +44,9 @@ std::optional<std::int64_t> badgeIn(const Dictionary& userInfo) {
 
 }  // namespace
 
-std::string_view wireName(PushPayload::Kind kind) { return kinds[static_cast<std::size_t>(kind)].second; }
+std::string_view wireName(PushPayload::Kind kind) {
+    return kinds[static_cast<std::size_t>(kind)].second;
+}
 
 std::optional<PushPayload::Kind> pushKind(std::string_view wireName) {
     for (const auto& [kind, name] : kinds)

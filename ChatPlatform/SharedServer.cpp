@@ -13,9 +13,13 @@ constexpr auto Foundation::fields<SharedServer> = std::tuple{
     required("deviceToken", &SharedServer::deviceToken),
 };
 
-SharedServer SharedServer::fromJSON(std::string_view text) { return Foundation::decodeJSON<SharedServer>(text); }
+SharedServer SharedServer::fromJSON(std::string_view text) {
+    return Foundation::decodeJSON<SharedServer>(text);
+}
 
-std::string SharedServer::json() const { return Foundation::encodeJSON(*this); }
+std::string SharedServer::json() const {
+    return Foundation::encodeJSON(*this);
+}
 
 std::size_t std::hash<SharedServer>::operator()(const SharedServer& server) const noexcept {
     return Foundation::hashFields(server);

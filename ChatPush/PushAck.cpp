@@ -24,12 +24,9 @@ struct Body {
 
 template <>
 constexpr auto Foundation::fields<Body> = std::tuple{
-    required("id", &Body::id),
-    required("platform", &Body::platform),
-    required("type", &Body::type),
-    required("received_at", &Body::receivedAt),
-    optional("post_id", &Body::postID),
-    required("is_id_loaded", &Body::isIDLoaded),
+    required("id", &Body::id),          required("platform", &Body::platform),
+    required("type", &Body::type),      required("received_at", &Body::receivedAt),
+    optional("post_id", &Body::postID), required("is_id_loaded", &Body::isIDLoaded),
 };
 
 template <>
@@ -80,7 +77,9 @@ std::optional<PushAck::Platform> pushAckPlatform(std::string_view name) {
     return std::nullopt;
 }
 
-PushAck::Message PushAck::Message::fromJSON(std::string_view text) { return Foundation::decodeJSON<Message>(text); }
+PushAck::Message PushAck::Message::fromJSON(std::string_view text) {
+    return Foundation::decodeJSON<Message>(text);
+}
 
 PushAck::Failure::Failure(int statusCode)
     : statusCode_(statusCode), message_("HTTP status " + std::to_string(statusCode)) {}

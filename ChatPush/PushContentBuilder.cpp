@@ -48,16 +48,13 @@ std::optional<Foundation::URL> avatarURL(const PushPayload& push, const Foundati
 std::shared_ptr<const Intents::INSendMessageIntent> intent(const PushPayload& push,
                                                            const UNMutableNotificationContent& content,
                                                            std::optional<Foundation::Data> avatar) {
-    Intents::INPerson sender{
-        .personHandle = {push.overrideUsername.empty() ? push.senderID : push.overrideUsername},
-        .displayName = content.title.empty() ? push.senderName : content.title,
-        .image = std::nullopt,
-        .customIdentifier = push.senderID.empty() ? std::nullopt : std::optional(push.senderID)};
+    Intents::INPerson sender{.personHandle = {push.overrideUsername.empty() ? push.senderID : push.overrideUsername},
+                             .displayName = content.title.empty() ? push.senderName : content.title,
+                             .image = std::nullopt,
+                             .customIdentifier = push.senderID.empty() ? std::nullopt : std::optional(push.senderID)};
     if (avatar) sender.image = Intents::INImage{*std::move(avatar)};
-    return std::make_shared<const Intents::INSendMessageIntent>(
-        Intents::INSendMessageIntent{.content = content.body,
-                                     .conversationIdentifier = push.conversationID(),
-                                     .sender = std::move(sender)});
+    return std::make_shared<const Intents::INSendMessageIntent>(Intents::INSendMessageIntent{
+        .content = content.body, .conversationIdentifier = push.conversationID(), .sender = std::move(sender)});
 }
 
 }  // namespace ChatPush::PushContentBuilder

@@ -41,8 +41,8 @@ void PushNotificationService::didReceive(const UNNotificationRequest& request, C
 void PushNotificationService::process(UNMutableNotificationContent content) noexcept {
     try {
         const PushProcessor processor = makeProcessor_();
-        auto prepared = processor.prepare(std::move(content),
-                                          [this](const UNMutableNotificationContent& reached) { keep(reached.copy()); });
+        auto prepared = processor.prepare(
+            std::move(content), [this](const UNMutableNotificationContent& reached) { keep(reached.copy()); });
         deliver(processor.communicationContent(std::move(prepared)));
     } catch (const std::exception& error) {
         // Nothing of the pipeline's own comes this far: memory has run out, or a library is missing.

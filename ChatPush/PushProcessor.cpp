@@ -69,8 +69,8 @@ PushProcessor::Prepared PushProcessor::prepare(MutableContent content,
         // Whatever the answer wrote into the user information is to be seen.
         push = PushPayload::make(content.userInfo);
     }
-    return {.content = std::move(content), .push = std::move(push), .server = std::move(server),
-            .token = std::move(token)};
+    return {
+        .content = std::move(content), .push = std::move(push), .server = std::move(server), .token = std::move(token)};
 }
 
 std::optional<SharedServer> PushProcessor::sender(const PushPayload& push) const {

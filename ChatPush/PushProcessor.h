@@ -22,9 +22,9 @@ struct PushProcessor {
     /// What `prepare` has reached.
     struct Prepared {
         MutableContent content;
-        std::optional<ChatModel::PushPayload> push;         ///< absent unless the push was verified
-        std::optional<ChatPlatform::SharedServer> server;   ///< likewise
-        std::optional<std::string> token;                   ///< the session token, where there is one
+        std::optional<ChatModel::PushPayload> push;        ///< absent unless the push was verified
+        std::optional<ChatPlatform::SharedServer> server;  ///< likewise
+        std::optional<std::string> token;                  ///< the session token, where there is one
     };
 
     std::optional<ChatPlatform::SharedServerStore> servers;  ///< absent where there is no shared container

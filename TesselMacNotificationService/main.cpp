@@ -14,9 +14,8 @@ int main(int argc, char** argv) {
         (void)ChatPlatform::AppGroup(Foundation::Bundle::main());
         (void)ChatPush::resourceBundle();
     };
-    const int status = ExtensionHost::main(argc, argv, checkBundle, [] {
-        return std::make_unique<TesselMacNotificationService::NotificationService>();
-    });
+    const int status = ExtensionHost::main(
+        argc, argv, checkBundle, [] { return std::make_unique<TesselMacNotificationService::NotificationService>(); });
     // Without exit handlers: threads that still wait for the network would meet what these have torn down.
     std::fflush(stdout);
     ::_exit(status);

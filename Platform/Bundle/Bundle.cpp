@@ -71,11 +71,14 @@ PropertyList converted(plist_t node) {
         case PLIST_ARRAY: {
             PropertyList::Array array;
             const std::uint32_t size = plist_array_get_size(node);
-            for (std::uint32_t i = 0; i < size; ++i) array.push_back(converted(plist_array_get_item(node, i)));
+            for (std::uint32_t i = 0; i < size; ++i)
+                array.push_back(converted(plist_array_get_item(node, i)));
             return array;
         }
-        case PLIST_DICT: return convertedDictionary(node);
-        default: return {};
+        case PLIST_DICT:
+            return convertedDictionary(node);
+        default:
+            return {};
     }
 }
 
@@ -133,7 +136,9 @@ std::shared_ptr<const Bundle> Bundle::containing(const void* address) {
     return error ? nullptr : open(enclosingBundle(code));
 }
 
-std::filesystem::path Bundle::resourcePath() const { return hasContents_ ? path_ / "Contents/Resources" : path_; }
+std::filesystem::path Bundle::resourcePath() const {
+    return hasContents_ ? path_ / "Contents/Resources" : path_;
+}
 
 const Dictionary& Bundle::infoDictionary() const {
     const std::lock_guard lock(mutex_);

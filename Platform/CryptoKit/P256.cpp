@@ -50,7 +50,8 @@ const EVP_MD* sha256() {
 /// A DER INTEGER (X.690, section 8.3) of 32 unsigned bytes, written at `out`; returns where it ends.
 std::uint8_t* writeInteger(const std::uint8_t* number, std::uint8_t* out) {
     const std::uint8_t* const end = number + 32;
-    while (number + 1 < end && *number == 0) ++number;
+    while (number + 1 < end && *number == 0)
+        ++number;
     const bool needsSignByte = (*number & 0x80) != 0;
     *out++ = 0x02;
     *out++ = static_cast<std::uint8_t>(end - number + (needsSignByte ? 1 : 0));

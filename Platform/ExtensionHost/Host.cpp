@@ -251,8 +251,12 @@ Host::~Host() {
     clock_.join();
 }
 
-bool Host::receive(Push push) { return core_->receive(std::move(push)); }
+bool Host::receive(Push push) {
+    return core_->receive(std::move(push));
+}
 
-void Host::finish() { core_->finish(); }
+void Host::finish() {
+    core_->finish();
+}
 
 }  // namespace ExtensionHost

@@ -22,7 +22,7 @@ struct DeliveredPush {
     std::size_t index = 0;
     Delivery delivery = Delivery::none;
     UserNotifications::UNNotificationContent content;
-    bool wasDonated = false;  ///< the interaction of the content's intent was donated
+    bool wasDonated = false;                           ///< the interaction of the content's intent was donated
     std::chrono::duration<double, std::milli> time{};  ///< from `didReceive` to the delivery
 };
 

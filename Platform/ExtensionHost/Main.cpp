@@ -21,14 +21,19 @@ constexpr int someInputWasBad = 1;
 
 const char* name(Delivery delivery) {
     switch (delivery) {
-        case Delivery::completed: return "completed";
-        case Delivery::expired: return "expired";
-        case Delivery::none: break;
+        case Delivery::completed:
+            return "completed";
+        case Delivery::expired:
+            return "expired";
+        case Delivery::none:
+            break;
     }
     return "none";
 }
 
-double roundedMilliseconds(const DeliveredPush& push) { return std::round(push.time.count() * 1000) / 1000; }
+double roundedMilliseconds(const DeliveredPush& push) {
+    return std::round(push.time.count() * 1000) / 1000;
+}
 
 std::string line(const DeliveredPush& push, bool images) {
     Foundation::JSONWriter writer;

@@ -24,7 +24,9 @@ Dictionary payloadIn(std::string_view text) {
     return payload;
 }
 
-bool isBlank(std::string_view line) { return line.find_first_not_of(" \t\r\n") == std::string_view::npos; }
+bool isBlank(std::string_view line) {
+    return line.find_first_not_of(" \t\r\n") == std::string_view::npos;
+}
 
 /// The payload that the text as a whole is; nothing where it is none, or is one line only, which reads the same.
 std::optional<Dictionary> wholePayload(std::string_view text) {

@@ -47,8 +47,10 @@ std::string base64Encoded(const Data& data) {
     for (std::size_t i = 0; i < data.size(); i += 3) {
         const std::size_t count = std::min<std::size_t>(3, data.size() - i);
         std::uint32_t group = 0;
-        for (std::size_t k = 0; k < 3; ++k) group = group << 8 | (k < count ? data[i + k] : 0U);
-        for (std::size_t k = 0; k < 4; ++k) text += k <= count ? alphabet[group >> (18 - 6 * k) & 63] : '=';
+        for (std::size_t k = 0; k < 3; ++k)
+            group = group << 8 | (k < count ? data[i + k] : 0U);
+        for (std::size_t k = 0; k < 4; ++k)
+            text += k <= count ? alphabet[group >> (18 - 6 * k) & 63] : '=';
     }
     return text;
 }

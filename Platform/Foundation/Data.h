@@ -15,6 +15,8 @@ inline std::string_view textView(const Data& data) {
 }
 
 /// A copy of the text's bytes.
-inline Data bytes(std::string_view text) { return {text.begin(), text.end()}; }
+inline Data bytes(std::string_view text) {
+    return {text.begin(), text.end()};
+}
 
 }  // namespace Foundation

@@ -13,9 +13,10 @@ template <class Result, class... Arguments>
 class FunctionRef<Result(Arguments...)> {
 public:
     template <class F>
-        requires(!std::is_same_v<std::remove_cvref_t<F>, FunctionRef>)
-    FunctionRef(F&& callable)  // NOLINT(bugprone-forwarding-reference-overload): constrained above
-        : target_(const_cast<void*>(static_cast<const void*>(&callable))), call_([](void* target, Arguments... arguments) {
+    requires(!std::is_same_v<std::remove_cvref_t<F>, FunctionRef>)
+        FunctionRef(F&& callable)  // NOLINT(bugprone-forwarding-reference-overload): constrained above
+        : target_(const_cast<void*>(static_cast<const void*>(&callable))),
+          call_([](void* target, Arguments... arguments) {
               return (*static_cast<std::remove_reference_t<F>*>(target))(std::forward<Arguments>(arguments)...);
           }) {}
 

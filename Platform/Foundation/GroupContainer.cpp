@@ -12,8 +12,7 @@ std::optional<std::string_view> environmentVariable(const char* name) {
 
 std::optional<std::filesystem::path> containerURL(std::string_view applicationGroupIdentifier) {
     std::filesystem::path containers;
-    if (const auto chosen = environmentVariable("TESSEL_GROUP_CONTAINERS"))
-        containers = *chosen;
+    if (const auto chosen = environmentVariable("TESSEL_GROUP_CONTAINERS")) containers = *chosen;
     // A relative XDG_DATA_HOME is to be ignored (XDG Base Directory 0.8).
     else if (const auto data = environmentVariable("XDG_DATA_HOME"); data && data->starts_with('/'))
         containers = std::filesystem::path(*data) / "group-containers";

@@ -30,22 +30,22 @@ enum class Presence {
 template <class Record, class Member>
 struct Field {
     std::string_view key;
-    Member Record::* member;
+    Member Record::*member;
     Presence presence;
 };
 
 template <class Record, class Member>
-constexpr Field<Record, Member> required(std::string_view key, Member Record::* member) {
+constexpr Field<Record, Member> required(std::string_view key, Member Record::*member) {
     return {key, member, Presence::required};
 }
 
 template <class Record, class Member>
-constexpr Field<Record, Member> defaulted(std::string_view key, Member Record::* member) {
+constexpr Field<Record, Member> defaulted(std::string_view key, Member Record::*member) {
     return {key, member, Presence::defaulted};
 }
 
 template <class Record, class Member>
-constexpr Field<Record, std::optional<Member>> optional(std::string_view key, std::optional<Member> Record::* member) {
+constexpr Field<Record, std::optional<Member>> optional(std::string_view key, std::optional<Member> Record::*member) {
     return {key, member, Presence::optional};
 }
 

@@ -18,11 +18,14 @@ namespace {
 
 constexpr std::string_view whitespace = " \t\n\r";
 
-bool isDigit(char character) { return character >= '0' && character <= '9'; }
+bool isDigit(char character) {
+    return character >= '0' && character <= '9';
+}
 
 std::size_t digitsFrom(std::string_view text, std::size_t start) {
     std::size_t end = start;
-    while (end < text.size() && isDigit(text[end])) ++end;
+    while (end < text.size() && isDigit(text[end]))
+        ++end;
     return end;
 }
 
@@ -128,11 +131,14 @@ struct JSONReading {
         }
         if (count == 0) root.failMalformed("there is no value");
         // The reading has come to the end when there is no location any more.
-        if (count > 1 || document.current_location().error() != simdjson::OUT_OF_BOUNDS) root.failMalformed("something follows the value");
+        if (count > 1 || document.current_location().error() != simdjson::OUT_OF_BOUNDS)
+            root.failMalformed("something follows the value");
     }
 };
 
-void parseJSON(std::string_view text, FunctionRef<void(JSONReader& value)> read) { JSONReading::parse(text, read); }
+void parseJSON(std::string_view text, FunctionRef<void(JSONReader& value)> read) {
+    JSONReading::parse(text, read);
+}
 
 JSONReader::JSONReader(const JSONReader* parent, std::string_view key, std::size_t index, void* value)
     : parent_(parent), key_(key), index_(index), depth_(parent != nullptr ? parent->depth_ + 1 : 1), value_(value) {}
@@ -146,13 +152,19 @@ std::string_view JSONReader::token() const {
 JSONReader::Kind JSONReader::kind() const {
     const std::string_view text = token();
     switch (text.empty() ? '\0' : text.front()) {
-        case '{': return Kind::object;
-        case '[': return Kind::array;
-        case '"': return Kind::text;
+        case '{':
+            return Kind::object;
+        case '[':
+            return Kind::array;
+        case '"':
+            return Kind::text;
         case 't':
-        case 'f': return Kind::boolean;
-        case 'n': return Kind::null;
-        default: return Kind::number;
+        case 'f':
+            return Kind::boolean;
+        case 'n':
+            return Kind::null;
+        default:
+            return Kind::number;
     }
 }
 
@@ -164,11 +176,11 @@ void JSONReader::object(FunctionRef<void(std::string_view key, JSONReader& value
         ondemand::field field = JSONReading::checked(*this, std::move(entry));
         const char* start = field.key().raw();
         std::size_t length = 0;
-        while (start[length] != '"' && start[length] != '\\') ++length;
+        while (start[length] != '"' && start[length] != '\\')
+            ++length;
         // Few keys have an escape: those alone are rewritten.
-        const std::string_view key = start[length] == '"'
-                                         ? std::string_view(start, length)
-                                         : JSONReading::checked(*this, field.unescaped_key());
+        const std::string_view key =
+            start[length] == '"' ? std::string_view(start, length) : JSONReading::checked(*this, field.unescaped_key());
         JSONReading::visit(*this, key, 0, field.value(), [&](JSONReader& value) { member(key, value); });
     }
 }
@@ -235,7 +247,9 @@ bool JSONReader::null() {
 
 void JSONReader::skip() {
     switch (kind()) {
-        case Kind::null: null(); break;
+        case Kind::null:
+            null();
+            break;
         case Kind::boolean: {
             bool ignored = false;
             read(ignored);
@@ -252,12 +266,18 @@ void JSONReader::skip() {
             read(ignored);
             break;
         }
-        case Kind::array: array([](JSONReader&) {}); break;
-        case Kind::object: object([](std::string_view, JSONReader&) {}); break;
+        case Kind::array:
+            array([](JSONReader&) {});
+            break;
+        case Kind::object:
+            object([](std::string_view, JSONReader&) {});
+            break;
     }
 }
 
-bool JSONReader::isWrittenAsInteger() const { return token().find_first_of(".eE") == std::string_view::npos; }
+bool JSONReader::isWrittenAsInteger() const {
+    return token().find_first_of(".eE") == std::string_view::npos;
+}
 
 std::string JSONReader::path() const {
     if (parent_ == nullptr) return {};

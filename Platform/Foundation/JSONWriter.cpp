@@ -65,7 +65,9 @@ JSONWriter& JSONWriter::value(std::string_view text) {
     return *this;
 }
 
-JSONWriter& JSONWriter::value(bool boolean) { return raw(boolean ? "true" : "false"); }
+JSONWriter& JSONWriter::value(bool boolean) {
+    return raw(boolean ? "true" : "false");
+}
 
 JSONWriter& JSONWriter::value(std::int64_t integer) {
     separate();
@@ -82,7 +84,9 @@ JSONWriter& JSONWriter::value(double real) {
     return *this;
 }
 
-JSONWriter& JSONWriter::null() { return raw("null"); }
+JSONWriter& JSONWriter::null() {
+    return raw("null");
+}
 
 JSONWriter& JSONWriter::raw(std::string_view json) {
     separate();
@@ -102,14 +106,28 @@ void JSONWriter::quote(std::string_view text) {
         start = i + 1;
         text_ += '\\';
         switch (character) {
-            case '\n': text_ += 'n'; break;
-            case '\r': text_ += 'r'; break;
-            case '\t': text_ += 't'; break;
-            case '\b': text_ += 'b'; break;
-            case '\f': text_ += 'f'; break;
+            case '\n':
+                text_ += 'n';
+                break;
+            case '\r':
+                text_ += 'r';
+                break;
+            case '\t':
+                text_ += 't';
+                break;
+            case '\b':
+                text_ += 'b';
+                break;
+            case '\f':
+                text_ += 'f';
+                break;
             case '"':
-            case '\\': text_ += character; break;
-            default: text_.append("u00").append({digits[character >> 4 & 15], digits[character & 15]}); break;
+            case '\\':
+                text_ += character;
+                break;
+            default:
+                text_.append("u00").append({digits[character >> 4 & 15], digits[character & 15]});
+                break;
         }
     }
     text_ += text.substr(start);

@@ -55,7 +55,8 @@ PropertyList PropertyList::read(JSONReader& reader) {
             reader.array([&](JSONReader& element) { array.push_back(read(element)); });
             return array;
         }
-        case JSONReader::Kind::object: break;
+        case JSONReader::Kind::object:
+            break;
     }
     return readDictionary(reader);
 }
@@ -68,7 +69,8 @@ void PropertyList::write(JSONWriter& writer) const {
             writer.value(base64Encoded(value));
         } else if constexpr (std::is_same_v<Value, Array>) {
             writer.beginArray();
-            for (const auto& element : value) element.write(writer);
+            for (const auto& element : value)
+                element.write(writer);
             writer.endArray();
         } else if constexpr (std::is_same_v<Value, Dictionary>) {
             Foundation::write(writer, value);
@@ -89,7 +91,8 @@ Dictionary readDictionary(JSONReader& reader) {
 
 void write(JSONWriter& writer, const Dictionary& dictionary) {
     writer.beginObject();
-    for (const auto& [key, value] : dictionary) value.write(writer.key(key));
+    for (const auto& [key, value] : dictionary)
+        value.write(writer.key(key));
     writer.endObject();
 }
 

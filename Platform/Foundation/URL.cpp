@@ -63,11 +63,17 @@ std::optional<URL> URL::parse(std::string_view text) {
     return URL(std::string(text));
 }
 
-std::optional<std::string> URL::scheme() const { return spelled(Parsed(text_).uri().scheme); }
+std::optional<std::string> URL::scheme() const {
+    return spelled(Parsed(text_).uri().scheme);
+}
 
-std::optional<std::string> URL::host() const { return spelled(Parsed(text_).uri().hostText); }
+std::optional<std::string> URL::host() const {
+    return spelled(Parsed(text_).uri().hostText);
+}
 
-std::optional<std::string> URL::port() const { return spelled(Parsed(text_).uri().portText); }
+std::optional<std::string> URL::port() const {
+    return spelled(Parsed(text_).uri().portText);
+}
 
 URL URL::appending(std::string_view path) const {
     const std::size_t end = std::min(text_.find_first_of("?#"), text_.size());

@@ -45,7 +45,9 @@ bool controls(char32_t scalar) {
 
 }  // namespace
 
-bool isValidUTF8(std::string_view text) { return simdjson::validate_utf8(text.data(), text.size()); }
+bool isValidUTF8(std::string_view text) {
+    return simdjson::validate_utf8(text.data(), text.size());
+}
 
 std::string repairedUTF8(std::string_view bytes) {
     if (isValidUTF8(bytes)) return std::string(bytes);
@@ -66,7 +68,8 @@ std::string printable(std::string_view text) {
             result += "\uFFFD";
         } else if (controls(step.scalar)) {
             std::array<char, 8> digits{};
-            const auto end = std::to_chars(digits.begin(), digits.end(), static_cast<std::uint32_t>(step.scalar), 16).ptr;
+            const auto end =
+                std::to_chars(digits.begin(), digits.end(), static_cast<std::uint32_t>(step.scalar), 16).ptr;
             result.append("\\u{").append(digits.data(), end).append("}");
         } else {
             result += text.substr(0, step.length);

@@ -81,25 +81,35 @@ int watch(void* target, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent) noe
 
 Code codeFor(CURLcode result) {
     switch (result) {
-        case CURLE_URL_MALFORMAT: return Code::unsupportedURL;
+        case CURLE_URL_MALFORMAT:
+            return Code::unsupportedURL;
         case CURLE_COULDNT_RESOLVE_PROXY:
-        case CURLE_COULDNT_RESOLVE_HOST: return Code::cannotFindHost;
-        case CURLE_COULDNT_CONNECT: return Code::cannotConnectToHost;
-        case CURLE_OPERATION_TIMEDOUT: return Code::timedOut;
-        case CURLE_PEER_FAILED_VERIFICATION: return Code::serverCertificateUntrusted;
+        case CURLE_COULDNT_RESOLVE_HOST:
+            return Code::cannotFindHost;
+        case CURLE_COULDNT_CONNECT:
+            return Code::cannotConnectToHost;
+        case CURLE_OPERATION_TIMEDOUT:
+            return Code::timedOut;
+        case CURLE_PEER_FAILED_VERIFICATION:
+            return Code::serverCertificateUntrusted;
         case CURLE_SSL_CONNECT_ERROR:
         case CURLE_SSL_CIPHER:
-        case CURLE_SSL_CACERT_BADFILE: return Code::secureConnectionFailed;
+        case CURLE_SSL_CACERT_BADFILE:
+            return Code::secureConnectionFailed;
         case CURLE_GOT_NOTHING:
         case CURLE_PARTIAL_FILE:
         case CURLE_SEND_ERROR:
         case CURLE_RECV_ERROR:
         case CURLE_HTTP2:
-        case CURLE_HTTP2_STREAM: return Code::networkConnectionLost;
+        case CURLE_HTTP2_STREAM:
+            return Code::networkConnectionLost;
         case CURLE_UNSUPPORTED_PROTOCOL:  // the address has been looked at: it is the answer that is no HTTP
-        case CURLE_WEIRD_SERVER_REPLY: return Code::badServerResponse;
-        case CURLE_BAD_CONTENT_ENCODING: return Code::cannotDecodeContentData;
-        default: return Code::unknown;
+        case CURLE_WEIRD_SERVER_REPLY:
+            return Code::badServerResponse;
+        case CURLE_BAD_CONTENT_ENCODING:
+            return Code::cannotDecodeContentData;
+        default:
+            return Code::unknown;
     }
 }
 
@@ -174,16 +184,14 @@ std::optional<URLRequest> redirected(const URLRequest& request, CURL* handle, lo
 
     URLRequest next = request;
     if (originOf(*url) != originOf(request.url))
-        std::erase_if(next.headers, [](const auto& header) {
-            return curl_strequal(header.first.c_str(), "Authorization") != 0;
-        });
+        std::erase_if(next.headers,
+                      [](const auto& header) { return curl_strequal(header.first.c_str(), "Authorization") != 0; });
     next.url = *std::move(url);
     if (status < 307 && next.httpMethod == "POST") {
         next.httpMethod = "GET";
         next.httpBody.clear();
-        std::erase_if(next.headers, [](const auto& header) {
-            return curl_strequal(header.first.c_str(), "Content-Type") != 0;
-        });
+        std::erase_if(next.headers,
+                      [](const auto& header) { return curl_strequal(header.first.c_str(), "Content-Type") != 0; });
     }
     return next;
 }
@@ -213,7 +221,8 @@ CurlSession::CurlSession() {
 
 CurlSession::~CurlSession() {
     for (const auto& [origin, handles] : idle_)
-        for (void* handle : handles) curl_easy_cleanup(handle);
+        for (void* handle : handles)
+            curl_easy_cleanup(handle);
 }
 
 void* CurlSession::take(const std::string& origin) {

@@ -108,9 +108,8 @@ SecItemResult run(const std::filesystem::path& path, const char* preparation, co
     result = sqlite3_prepare_v2(opened, sql, -1, &prepared, nullptr);
     const Statement statement(prepared);
     // A file without the table was made a moment ago, or left so by an add that came no further.
-    if (result == SQLITE_ERROR &&
-        sqlite3_table_column_metadata(opened, nullptr, "items", nullptr, nullptr, nullptr, nullptr, nullptr,
-                                      nullptr) == SQLITE_ERROR)
+    if (result == SQLITE_ERROR && sqlite3_table_column_metadata(opened, nullptr, "items", nullptr, nullptr, nullptr,
+                                                                nullptr, nullptr, nullptr) == SQLITE_ERROR)
         return {errSecItemNotFound, {}};
     if (result == SQLITE_OK) result = bind(prepared, 1, query.service.data(), query.service.size());
     if (result == SQLITE_OK) result = bind(prepared, 2, query.account.data(), query.account.size());

@@ -16,15 +16,15 @@ namespace Security {
 using OSStatus = std::int32_t;
 
 inline constexpr OSStatus errSecSuccess = 0;
-inline constexpr OSStatus errSecIO = -36;     ///< the store could not be read or written
-inline constexpr OSStatus errSecParam = -50;  ///< $TESSEL_KEYCHAIN names no kind of store, or what is added
-                                              ///< has a name that the store cannot hold
+inline constexpr OSStatus errSecIO = -36;               ///< the store could not be read or written
+inline constexpr OSStatus errSecParam = -50;            ///< $TESSEL_KEYCHAIN names no kind of store, or what is added
+                                                        ///< has a name that the store cannot hold
 inline constexpr OSStatus errSecNotAvailable = -25291;  ///< there is no store, or it does not answer in time
 inline constexpr OSStatus errSecAuthFailed = -25293;    ///< the store may not be used by this user or program
 inline constexpr OSStatus errSecDuplicateItem = -25299;
 inline constexpr OSStatus errSecItemNotFound = -25300;
 inline constexpr OSStatus errSecInteractionNotAllowed = -25308;  ///< the store is locked
-inline constexpr OSStatus errSecDecode = -26275;  ///< what is in the store cannot be read as items
+inline constexpr OSStatus errSecDecode = -26275;                 ///< what is in the store cannot be read as items
 inline constexpr OSStatus errSecMissingEntitlement = -34018;
 
 /// Names an item, by exact bytes. Without an access group a query matches any; an item added without one has

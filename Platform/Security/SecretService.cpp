@@ -103,13 +103,12 @@ GVariant* refusePrompt(::SecretService*, SecretPrompt*, GCancellable*, const GVa
 void refusePromptLater(::SecretService* service, SecretPrompt*, const GVariantType*, GCancellable*,
                        GAsyncReadyCallback callback, gpointer data) {
     const Library& library = Library::shared();
-    library.g_task_report_new_error(service, callback, data, nullptr, library.secretError,
-                                    SECRET_ERROR_IS_LOCKED, "a prompt is needed");
+    library.g_task_report_new_error(service, callback, data, nullptr, library.secretError, SECRET_ERROR_IS_LOCKED,
+                                    "a prompt is needed");
 }
 
 GVariant* finishRefusedPrompt(::SecretService*, GAsyncResult* result, GError** error) {
-    return static_cast<GVariant*>(
-        Library::shared().g_task_propagate_pointer(reinterpret_cast<GTask*>(result), error));
+    return static_cast<GVariant*>(Library::shared().g_task_propagate_pointer(reinterpret_cast<GTask*>(result), error));
 }
 
 /// libsecret's class for the service, except that it refuses the prompts that the service asks for. The
@@ -121,9 +120,8 @@ GType Library::registerServiceType() const {
         type->prompt_async = &refusePromptLater;
         type->prompt_finish = &finishRefusedPrompt;
     };
-    return g_type_register_static_simple(secret_service_get_type(), "TesselSecretService",
-                                         sizeof(SecretServiceClass), initialise, sizeof(::SecretService),
-                                         nullptr, GTypeFlags{});
+    return g_type_register_static_simple(secret_service_get_type(), "TesselSecretService", sizeof(SecretServiceClass),
+                                         initialise, sizeof(::SecretService), nullptr, GTypeFlags{});
 }
 
 constexpr SecretSchema schema = [] {
@@ -172,8 +170,7 @@ private:
             if (error_->code == G_DBUS_ERROR_FAILED) return errSecIO;
         }
         // An error of the service's own, by a name that is not known here.
-        if (error_->domain == library_.g_io_error_quark() && error_->code == G_IO_ERROR_DBUS_ERROR)
-            return errSecIO;
+        if (error_->domain == library_.g_io_error_quark() && error_->code == G_IO_ERROR_DBUS_ERROR) return errSecIO;
         return errSecNotAvailable;
     }
 
@@ -184,8 +181,7 @@ private:
 /// The main context of a thread, so that what arrives for its connection does not pile up in the program's.
 class ThreadContext {
 public:
-    explicit ThreadContext(const Library& library)
-        : library_(library), context_(library.g_main_context_new()) {
+    explicit ThreadContext(const Library& library) : library_(library), context_(library.g_main_context_new()) {
         library_.g_main_context_push_thread_default(context_);
     }
     ~ThreadContext() {
@@ -208,8 +204,7 @@ bool isAttribute(const std::string& text) {
 }
 
 bool canExist(const GenericPasswordQuery& query) {
-    return isAttribute(query.service) && isAttribute(query.account) &&
-           isAttribute(query.accessGroup.value_or(""));
+    return isAttribute(query.service) && isAttribute(query.account) && isAttribute(query.accessGroup.value_or(""));
 }
 
 }  // namespace
@@ -228,8 +223,7 @@ public:
             ErrorSlot error(library_);
             library_.secret_item_load_secret_sync(item.get(), cancellable_, error);
             error.check();
-            const Owned<SecretValue> value(library_.secret_item_get_secret(item.get()),
-                                           library_.secret_value_unref);
+            const Owned<SecretValue> value(library_.secret_item_get_secret(item.get()), library_.secret_value_unref);
             if (!value) throw Failure(errSecDecode);
             gsize length = 0;
             const gchar* bytes = library_.secret_value_get(value.get(), &length);
@@ -255,8 +249,8 @@ public:
             throw Failure(isLocked(same) ? errSecInteractionNotAllowed : errSecDuplicateItem);
         ErrorSlot error(library_);
         const Owned<SecretCollection> collection(
-            library_.secret_collection_for_alias_sync(service_.get(), SECRET_COLLECTION_DEFAULT,
-                                                      SECRET_COLLECTION_NONE, cancellable_, error),
+            library_.secret_collection_for_alias_sync(service_.get(), SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE,
+                                                      cancellable_, error),
             library_.g_object_unref);
         error.check();
         if (!collection) throw Failure(errSecNotAvailable);
@@ -264,9 +258,8 @@ public:
             throw Failure(errSecInteractionNotAllowed);
         // Replacing, so that of two processes that add the item at once none leaves a second one.
         const Owned<SecretItem> created(
-            library_.secret_item_create_sync(collection.get(), &schema, attributes(item).get(),
-                                             item.service.c_str(), secretValue(data).get(),
-                                             SECRET_ITEM_CREATE_REPLACE, cancellable_, error),
+            library_.secret_item_create_sync(collection.get(), &schema, attributes(item).get(), item.service.c_str(),
+                                             secretValue(data).get(), SECRET_ITEM_CREATE_REPLACE, cancellable_, error),
             library_.g_object_unref);
         error.check();
         return std::nullopt;
@@ -285,15 +278,14 @@ private:
     Owned<::SecretService> connect() const {
         ErrorSlot error(library_);
         // GIO's connection is shared by all who hold it, and would end the process together with the bus.
-        const Owned<GDBusConnection> connection(
-            library_.g_bus_get_sync(G_BUS_TYPE_SESSION, cancellable_, error), library_.g_object_unref);
+        const Owned<GDBusConnection> connection(library_.g_bus_get_sync(G_BUS_TYPE_SESSION, cancellable_, error),
+                                                library_.g_object_unref);
         error.check();
         library_.g_dbus_connection_set_exit_on_close(connection.get(), FALSE);
         // A new instance each time: libsecret's own is kept for good, and would miss that the service
         // restarted.
         Owned<::SecretService> service(
-            library_.secret_service_open_sync(library_.serviceType, nullptr, SECRET_SERVICE_NONE,
-                                              cancellable_, error),
+            library_.secret_service_open_sync(library_.serviceType, nullptr, SECRET_SERVICE_NONE, cancellable_, error),
             library_.g_object_unref);
         error.check();
         return service;
@@ -304,8 +296,7 @@ private:
         Attributes table(library_.g_hash_table_new(library_.g_str_hash, library_.g_str_equal),
                          library_.g_hash_table_unref);
         const auto insert = [&](const char* name, const std::string& value) {
-            library_.g_hash_table_insert(table.get(), const_cast<char*>(name),
-                                         const_cast<char*>(value.c_str()));
+            library_.g_hash_table_insert(table.get(), const_cast<char*>(name), const_cast<char*>(value.c_str()));
         };
         insert("service", query.service);
         insert("account", query.account);
@@ -318,8 +309,8 @@ private:
     /// would do so without heed of the cancellation and of errors.
     Items search(const GenericPasswordQuery& query) const {
         ErrorSlot error(library_);
-        GList* const found = library_.secret_service_search_sync(
-            service_.get(), nullptr, attributes(query).get(), SECRET_SEARCH_ALL, cancellable_, error);
+        GList* const found = library_.secret_service_search_sync(service_.get(), nullptr, attributes(query).get(),
+                                                                 SECRET_SEARCH_ALL, cancellable_, error);
         Items items;
         for (const GList* node = found; node != nullptr; node = node->next) {
             Owned<SecretItem> item(static_cast<SecretItem*>(node->data), library_.g_object_unref);
@@ -330,9 +321,7 @@ private:
         return items;
     }
 
-    bool isLocked(const Owned<SecretItem>& item) const {
-        return library_.secret_item_get_locked(item.get()) != FALSE;
-    }
+    bool isLocked(const Owned<SecretItem>& item) const { return library_.secret_item_get_locked(item.get()) != FALSE; }
 
     bool hasOurSchema(const Owned<SecretItem>& item) const {
         const Owned<gchar> name(library_.secret_item_get_schema_name(item.get()), library_.g_free);
@@ -350,8 +339,7 @@ private:
 
     Owned<SecretValue> secretValue(const Foundation::Data& data) const {
         const std::string_view bytes = Foundation::textView(data);
-        return {library_.secret_value_new(bytes.data(), static_cast<gssize>(bytes.size()),
-                                          "application/octet-stream"),
+        return {library_.secret_value_new(bytes.data(), static_cast<gssize>(bytes.size()), "application/octet-stream"),
                 library_.secret_value_unref};
     }
 

@@ -34,8 +34,8 @@ public:
                   static_cast<std::int32_t>(text.size()), 0xFFFD, nullptr, &error);
         check(error);
         std::u16string result(static_cast<std::size_t>(length) * 4 + 16, u'\0');
-        const std::int32_t written = normalize_(nfd_, utf16.data(), length, result.data(),
-                                                static_cast<std::int32_t>(result.size()), &error);
+        const std::int32_t written =
+            normalize_(nfd_, utf16.data(), length, result.data(), static_cast<std::int32_t>(result.size()), &error);
         if (error == U_BUFFER_OVERFLOW_ERROR) {
             error = U_ZERO_ERROR;
             result.resize(static_cast<std::size_t>(written));

@@ -22,7 +22,9 @@ std::function<void(const LogEntry&)>& sink() {
 }
 
 /// Where no journal runs, libsystemd reports success and drops the message: its socket tells.
-bool journalRuns() { return ::access("/run/systemd/journal/socket", W_OK) == 0; }
+bool journalRuns() {
+    return ::access("/run/systemd/journal/socket", W_OK) == 0;
+}
 
 bool writeToJournal(const LogEntry& entry) {
     const std::string fields[] = {
@@ -44,7 +46,9 @@ void writeToStandardError(const LogEntry& entry) {
 
 }  // namespace
 
-void setLogSink(std::function<void(const LogEntry&)> replacement) { sink() = std::move(replacement); }
+void setLogSink(std::function<void(const LogEntry&)> replacement) {
+    sink() = std::move(replacement);
+}
 
 void Logger::write(LogLevel level, std::string message) const {
     const LogEntry entry{level, subsystem_, category_, std::move(message)};

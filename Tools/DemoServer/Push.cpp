@@ -35,15 +35,10 @@ void writeObject(JSONWriter& writer, const char* key, Members members) {
 std::string payload(const Push& push, const SigningKey& key, const std::string& serverID,
                     const std::string& deviceToken) {
     JSONWriter writer;
-    writer.beginObject()
-        .key("type")
-        .value(push.kind)
-        .key("server_id")
-        .value(push.serverID.value_or(serverID));
+    writer.beginObject().key("type").value(push.kind).key("server_id").value(push.serverID.value_or(serverID));
     if (push.isSigned)
         writer.key("signature")
-            .value(push.signature ? *push.signature
-                                  : key.token(push.ackID, push.deviceToken.value_or(deviceToken)));
+            .value(push.signature ? *push.signature : key.token(push.ackID, push.deviceToken.value_or(deviceToken)));
     writeTexts(writer, push,
                {{"ack_id", &Push::ackID},
                 {"post_id", &Push::postID},
@@ -60,12 +55,10 @@ std::string payload(const Push& push, const SigningKey& key, const std::string& 
     writer.key("is_crt_enabled").value(push.isCollapsedThreads).key("id_loaded").value(push.isIDLoaded);
     writeObject(writer, "aps", [&](JSONWriter& aps) {
         writeObject(aps, "alert", [&](JSONWriter& alert) {
-            writeTexts(alert, push,
-                       {{"title", &Push::title}, {"subtitle", &Push::subtitle}, {"body", &Push::body}});
+            writeTexts(alert, push, {{"title", &Push::title}, {"subtitle", &Push::subtitle}, {"body", &Push::body}});
         });
         if (push.badge) aps.key("badge").value(*push.badge);
-        writeTexts(aps, push,
-                   {{"sound", &Push::sound}, {"thread-id", &Push::threadID}, {"category", &Push::category}});
+        writeTexts(aps, push, {{"sound", &Push::sound}, {"thread-id", &Push::threadID}, {"category", &Push::category}});
     });
     return std::move(writer.endObject()).text();
 }

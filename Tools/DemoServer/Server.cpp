@@ -94,7 +94,7 @@ public:
     const std::uint64_t number;
     httplib::Headers headers;                                      ///< of the request in hand
     std::size_t budget = std::numeric_limits<std::size_t>::max();  ///< bytes that may still be sent
-    bool isLast = false;  ///< whether it is closed behind this answer
+    bool isLast = false;                                           ///< whether it is closed behind this answer
 
 private:
     template <class Call>
@@ -201,8 +201,7 @@ public:
         errno = 0;
         port = options.port != 0 ? options.port : bind_to_any_port("127.0.0.1");
         if (options.port != 0 ? !bind_to_port("127.0.0.1", port) : port < 0)
-            throw std::system_error(errno, std::generic_category(),
-                                    "127.0.0.1:" + std::to_string(options.port));
+            throw std::system_error(errno, std::generic_category(), "127.0.0.1:" + std::to_string(options.port));
         // The library's queue of five overflows when connections come at once, and each then loses a second.
         ::listen(svr_sock_, SOMAXCONN);
         thread_ = std::thread([this] { listen_after_bind(); });
@@ -283,18 +282,16 @@ private:
         requests.push_back(std::move(request));
         changed.notify_all();
         Behavior behavior = endpoint ? behaviors[*endpoint] : Behavior{};
-        if (behavior.isHeld)
-            changed.wait(lock, [this, seen = releases] { return isStopping_ || releases != seen; });
+        if (behavior.isHeld) changed.wait(lock, [this, seen = releases] { return isStopping_ || releases != seen; });
         changed.wait_for(lock, behavior.delay, [this] { return isStopping_; });
         return behavior;
     }
 
     /// The endpoint's own answer.
-    void answer(std::optional<Endpoint> endpoint, const httplib::Request& request,
-                httplib::Response& response) {
+    void answer(std::optional<Endpoint> endpoint, const httplib::Request& request, httplib::Response& response) {
         if (!endpoint) return refuse(response, 404, "there is nothing here");
-        const bool isPublic = endpoint == Endpoint::publicPicture ||
-                              (endpoint == Endpoint::userPicture && options.arePicturesPublic);
+        const bool isPublic =
+            endpoint == Endpoint::publicPicture || (endpoint == Endpoint::userPicture && options.arePicturesPublic);
         if (!isPublic && request.get_header_value("Authorization") != "Bearer " + options.sessionToken)
             return refuse(response, 401, "the session token is missing or unknown");
         response.status = 200;
@@ -303,8 +300,7 @@ private:
         try {
             const auto acknowledged = Foundation::decodeJSON<Acknowledgement>(request.body);
             const std::string postID = acknowledged.postID.value_or("");
-            const bool wantsContent =
-                acknowledged.isIDLoaded && acknowledged.type == "message" && !postID.empty();
+            const bool wantsContent = acknowledged.isIDLoaded && acknowledged.type == "message" && !postID.empty();
             response.set_content(wantsContent ? content(postID) : R"({"status":"OK"})", "application/json");
         } catch (const Foundation::DecodingError& error) {
             refuse(response, 400, error.what());
@@ -314,8 +310,7 @@ private:
     std::string content(const std::string& postID) {
         const std::lock_guard lock(mutex);
         const auto found = posts.find(postID);
-        PostContent content =
-            found != posts.end() ? found->second : PostContent{{"message", "The text of " + postID}};
+        PostContent content = found != posts.end() ? found->second : PostContent{{"message", "The text of " + postID}};
         for (const char* key : {"message", "channel_name", "sender_id", "sender_name", "root_id", "team_id",
                                 "override_username", "override_icon_url", "from_webhook"})
             content.try_emplace(key);
@@ -343,9 +338,8 @@ private:
         };
         response.headers.erase("Content-Type");
         if (behavior.isEndless)
-            response.set_chunked_content_provider(type, [send](std::size_t offset, httplib::DataSink& sink) {
-                return send(offset, zeros.size(), sink);
-            });
+            response.set_chunked_content_provider(
+                type, [send](std::size_t offset, httplib::DataSink& sink) { return send(offset, zeros.size(), sink); });
         else if (size > 0)
             response.set_content_provider(size, type, send);
     }

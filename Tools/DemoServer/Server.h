@@ -37,7 +37,7 @@ struct Behavior {
 
     /// The body is this many zero bytes, made while they are sent.
     std::optional<std::uint64_t> declaredSize{};
-    bool isEndless = false;  ///< the body is zero bytes, chunked, until the client hangs up
+    bool isEndless = false;                     ///< the body is zero bytes, chunked, until the client hangs up
     std::chrono::milliseconds dripInterval{0};  ///< the body is sent byte by byte, this far apart
 
     /// The connection is closed when this much of the answer has been sent, in bytes from its status line on.
@@ -47,7 +47,7 @@ struct Behavior {
 /// A request as it arrived.
 struct ReceivedRequest {
     std::string method{};
-    std::string path{};  ///< as it was sent: with the prefix, the escapes and the query
+    std::string path{};                            ///< as it was sent: with the prefix, the escapes and the query
     std::map<std::string, std::string> headers{};  ///< names in lower case; equal ones joined by ", "
     std::string body{};
     std::uint64_t connection = 0;  ///< which TCP connection it came over: 1 for the first that was accepted
@@ -64,7 +64,7 @@ struct ServerOptions {
     std::string serverID = "demo-server";
     std::string deviceToken = "demo-device-token";    ///< of the device that pushes are signed for
     std::string sessionToken = "demo-session-token";  ///< what a client sends as its bearer token
-    bool arePicturesPublic = false;  ///< whether users' pictures are given without that token
+    bool arePicturesPublic = false;                   ///< whether users' pictures are given without that token
     SigningKey key{};
 };
 
@@ -109,8 +109,7 @@ public:
 
     /// Waits until `received` has this many requests, held ones included; false where the time is over
     /// before.
-    [[nodiscard]] bool waitForRequests(std::size_t count,
-                                       std::chrono::seconds bound = std::chrono::seconds(30)) const;
+    [[nodiscard]] bool waitForRequests(std::size_t count, std::chrono::seconds bound = std::chrono::seconds(30)) const;
 
     /// Forgets the requests so far, which are kept until then: `received` starts anew.
     void forgetRequests();

@@ -62,8 +62,7 @@ SigningKey SigningKey::load(const std::filesystem::path& file) {
 
 void SigningKey::save(const std::filesystem::path& file) const {
     const StreamPointer stream(BIO_new(BIO_s_mem()));
-    require(stream && PEM_write_bio_PKCS8PrivateKey(stream.get(), key_.get(), nullptr, nullptr, 0, nullptr,
-                                                    nullptr),
+    require(stream && PEM_write_bio_PKCS8PrivateKey(stream.get(), key_.get(), nullptr, nullptr, 0, nullptr, nullptr),
             "the key could not be written as PEM");
     Data pem(BIO_ctrl_pending(stream.get()));
     BIO_read(stream.get(), pem.data(), static_cast<int>(pem.size()));

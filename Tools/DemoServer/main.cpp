@@ -83,10 +83,9 @@ std::string samplePushes(Server& server) {
     foreign.signature = SigningKey().token(foreign.ackID, server.options().deviceToken);
 
     std::string lines;
-    for (const Push& push :
-         {direct, lobbyPost("2", "The build is green again 🎉👩🏽‍💻"), reply, webhook,
-          Push{.kind = "clear", .ackID = "ack-5", .channelID = "channel-lobby", .badge = 1},
-          Push{.kind = "update_badge", .ackID = "ack-6", .badge = 7}, unsignedPost, foreign})
+    for (const Push& push : {direct, lobbyPost("2", "The build is green again 🎉👩🏽‍💻"), reply, webhook,
+                             Push{.kind = "clear", .ackID = "ack-5", .channelID = "channel-lobby", .badge = 1},
+                             Push{.kind = "update_badge", .ackID = "ack-6", .badge = 7}, unsignedPost, foreign})
         lines += server.push(push) + '\n';
     return lines;
 }
@@ -94,12 +93,11 @@ std::string samplePushes(Server& server) {
 /// What a client would know of the server, and what the server sends it.
 void writeSession(const std::filesystem::path& directory, Server& server) {
     const ServerOptions& options = server.options();
-    const std::string environment = assignment("TESSEL_DEMO_URL", server.url()) +
-                                    assignment("TESSEL_DEMO_SERVER_ID", options.serverID) +
-                                    assignment("TESSEL_DEMO_SIGNING_KEY", options.key.publicKey()) +
-                                    assignment("TESSEL_DEMO_USER", "user-you") +
-                                    assignment("TESSEL_DEMO_DEVICE_TOKEN", options.deviceToken) +
-                                    assignment("TESSEL_DEMO_SESSION_TOKEN", options.sessionToken);
+    const std::string environment =
+        assignment("TESSEL_DEMO_URL", server.url()) + assignment("TESSEL_DEMO_SERVER_ID", options.serverID) +
+        assignment("TESSEL_DEMO_SIGNING_KEY", options.key.publicKey()) + assignment("TESSEL_DEMO_USER", "user-you") +
+        assignment("TESSEL_DEMO_DEVICE_TOKEN", options.deviceToken) +
+        assignment("TESSEL_DEMO_SESSION_TOKEN", options.sessionToken);
     Files::createDirectory(directory);
     Files::AtomicWrite(directory / "server.env", Foundation::bytes(environment)).commit();
     Files::AtomicWrite(directory / "pushes.jsonl", Foundation::bytes(samplePushes(server))).commit();
@@ -170,8 +168,7 @@ int main(int argc, char** argv) {
     const CLI::Range statuses(100, 599);
     CLI::App* faults = app.add_option_group("Faults");
     faults->add_option("--delay-ms", delay, "Let every answer wait");
-    faults->add_option("--ack-status", acknowledgement.status, "Acknowledgements: this status")
-        ->check(statuses);
+    faults->add_option("--ack-status", acknowledgement.status, "Acknowledgements: this status")->check(statuses);
     faults->add_option("--picture-status", picture.status, "Pictures: this status")->check(statuses);
     faults->add_flag("--garbage", isGarbage, "Acknowledgements: an answer that is no JSON");
     faults->add_flag("--endless", acknowledgement.isEndless, "Acknowledgements: an answer without end");

@@ -1,6 +1,5 @@
 #include "tessel/Model.h"
 
-
 #include "Foundation/StandardStreams.h"
 #include "Foundation/UTF8.h"
 #include "tessel/ExitStatus.h"

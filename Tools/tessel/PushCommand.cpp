@@ -39,7 +39,8 @@ int runPush(int argc, char** argv) {
     }
 
     std::vector<char*> pointers;
-    for (auto& argument : arguments) pointers.push_back(argument.data());
+    for (auto& argument : arguments)
+        pointers.push_back(argument.data());
     pointers.push_back(nullptr);
     // Read here as well, so that help and errors need no bundle.
     const auto parsed = ExtensionHost::parseCommandLine(static_cast<int>(arguments.size()), pointers.data(),

@@ -101,8 +101,8 @@ void pushPayload(JSONReader& reader, JSONWriter& writer) {
 
 void pushIsShown(JSONReader& reader, JSONWriter& writer) {
     const Members members(reader);
-    writer.value(payloadIn(members, "payload")
-                     .isShown(members.optionalText("channelID"), members.optionalText("threadID")));
+    writer.value(
+        payloadIn(members, "payload").isShown(members.optionalText("channelID"), members.optionalText("threadID")));
 }
 
 void pushIsCleared(JSONReader& reader, JSONWriter& writer) {

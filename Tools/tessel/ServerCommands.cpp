@@ -35,7 +35,9 @@ std::string utf8Only(const std::string& text) {
     return Foundation::isValidUTF8(text) ? std::string() : "the text is not UTF-8";
 }
 
-void print(const std::string& line) { Foundation::writeToStandardOutput(line + '\n'); }
+void print(const std::string& line) {
+    Foundation::writeToStandardOutput(line + '\n');
+}
 
 /// Says what keeps the records from being read. A damaged one is named: it is in the way of all.
 void report(const SharedServerStore& store, const std::exception& error) {
@@ -151,7 +153,8 @@ void addServerCommands(CLI::App& app, int& status) {
     formatOption(list);
     list->callback([arguments, &status] {
         status = onStore(*arguments, [&](const SharedServerStore& store) {
-            for (const auto& record : store.servers()) printRecord(record, *arguments);
+            for (const auto& record : store.servers())
+                printRecord(record, *arguments);
             return done;
         });
     });

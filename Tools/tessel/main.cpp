@@ -17,7 +17,8 @@ namespace {
 
 void addModelCommand(CLI::App& app, std::string& name, std::string& bundle, int& status) {
     std::string known;
-    for (const auto& [operation, ignored] : tessel::pushOperations()) known += "\n  " + operation;
+    for (const auto& [operation, ignored] : tessel::pushOperations())
+        known += "\n  " + operation;
     CLI::App* model = app.add_subcommand("model", "Tries one operation of the model on each line of standard input");
     model->footer("Operations:" + known);
     model->add_option("OPERATION", name, "The operation's name")->required();
@@ -43,7 +44,8 @@ int main(int argc, char** argv) {
     app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     app.failure_message([](const CLI::App* failed, const CLI::Error& error) {
         const bool isUnknown = error.get_name() == "RequiredError" && !failed->remaining(true).empty();
-        return isUnknown ? "the subcommand is unknown; --help tells which there are\n" : ExtensionHost::usageError(error);
+        return isUnknown ? "the subcommand is unknown; --help tells which there are\n"
+                         : ExtensionHost::usageError(error);
     });
     // Handled above; it stands here to be listed.
     app.add_subcommand("push", "Turns push payloads into notifications: the extension's own program");
