@@ -62,6 +62,7 @@ private:
     void schedule(const RequestPointer& request, Clock::time_point when);
     void takeStep(const RequestPointer& request);
     void deliver(const RequestPointer& request, Delivery delivery, UNNotificationContent content);
+    std::size_t lateTasks() const { return alive_ > pending_ ? alive_ - pending_ : 0; }
     bool takeDonation(const std::shared_ptr<const INSendMessageIntent>& intent);
 
     const Options options_;
@@ -87,10 +88,13 @@ bool Host::Core::receive(Push push) {
     request->content = UNNotificationContent(contentOfPush(std::move(push.payload)));
     {
         std::unique_lock lock(mutex_);
-        roomChanged_.wait(lock, [&] {
-            const std::size_t late = alive_ > pending_ ? alive_ - pending_ : 0;
-            return !wantsMore_ || (pending_ < options_.jobs && late < maximumLateTasks);
-        });
+        if (lateTasks() >= maximumLateTasks) {
+            lock.unlock();
+            logger().log("A request waits for tasks of earlier ones to end");
+            lock.lock();
+        }
+        roomChanged_.wait(lock,
+                          [&] { return !wantsMore_ || (pending_ < options_.jobs && lateTasks() < maximumLateTasks); });
         if (!wantsMore_) return false;
         ++pending_;
     }

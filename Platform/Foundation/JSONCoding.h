@@ -60,7 +60,7 @@ namespace detail {
 
 struct Anything {
     template <class T>
-    operator T() const;
+    operator T() const { return T(); }
 };
 
 /// How many members an aggregate has.
