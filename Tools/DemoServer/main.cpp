@@ -5,7 +5,6 @@
 #include <csignal>
 #include <exception>
 #include <filesystem>
-#include <initializer_list>
 #include <iostream>
 #include <random>
 #include <stdexcept>
@@ -20,6 +19,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "DemoServer/Samples.h"
 #include "DemoServer/Server.h"
 #include "Foundation/Files.h"
 
@@ -43,64 +43,30 @@ std::string assignment(std::string_view name, std::string_view value) {
     return line + "'\n";
 }
 
-/// A post by grace in the lobby.
-Push lobbyPost(const std::string& number, const std::string& text) {
-    return {.ackID = "ack-" + number,
-            .postID = "post-" + number,
-            .channelID = "channel-lobby",
-            .teamID = "team-1",
-            .senderID = "user-grace",
-            .senderName = "grace",
-            .channelName = "Lobby",
-            .title = "Lobby",
-            .body = "grace: " + text,
-            .badge = 2};
-}
-
-/// One push of each sort that a client has to tell apart, a line each.
-std::string samplePushes(Server& server) {
-    server.addPost("post-1", {{"message", "Lunch at **noon**? The usual place :ramen:"},
-                              {"channel_name", "ada"},
-                              {"sender_id", "user-ada"},
-                              {"sender_name", "ada"}});
-    const Push direct{.ackID = "ack-1",
-                      .postID = "post-1",
-                      .channelID = "channel-ada",
-                      .isIDLoaded = true,
-                      .body = "You have a new message",
-                      .badge = 1};
-    Push reply = lobbyPost("3", "It was the clock, of course");
-    reply.rootID = "post-2";
-    reply.isCollapsedThreads = true;
-    Push webhook = lobbyPost("4", "");
-    webhook.overrideUsername = "Build Robot";
-    webhook.overrideIconURL = server.url() + "/pictures/build-robot";
-    webhook.isFromWebhook = true;
-    webhook.body = "Build Robot: 412 tests passed";
-    Push unsignedPost = lobbyPost("7", "This server does not sign");
-    unsignedPost.signature = "NO_SIGNATURE";
-    Push foreign = lobbyPost("8", "Somebody else signed this");
-    foreign.signature = SigningKey().token(foreign.ackID, server.options().deviceToken);
-
-    std::string lines;
-    for (const Push& push : {direct, lobbyPost("2", "The build is green again 🎉👩🏽‍💻"), reply, webhook,
-                             Push{.kind = "clear", .ackID = "ack-5", .channelID = "channel-lobby", .badge = 1},
-                             Push{.kind = "update_badge", .ackID = "ack-6", .badge = 7}, unsignedPost, foreign})
-        lines += server.push(push) + '\n';
-    return lines;
-}
-
-/// What a client would know of the server, and what the server sends it.
-void writeSession(const std::filesystem::path& directory, Server& server) {
+/// What a client knows of a server to which it has signed in; the names begin with `prefix`.
+std::string environment(const std::string& prefix, const Server& server) {
     const ServerOptions& options = server.options();
-    const std::string environment =
-        assignment("TESSEL_DEMO_URL", server.url()) + assignment("TESSEL_DEMO_SERVER_ID", options.serverID) +
-        assignment("TESSEL_DEMO_SIGNING_KEY", options.key.publicKey()) + assignment("TESSEL_DEMO_USER", "user-you") +
-        assignment("TESSEL_DEMO_DEVICE_TOKEN", options.deviceToken) +
-        assignment("TESSEL_DEMO_SESSION_TOKEN", options.sessionToken);
+    return assignment(prefix + "_URL", server.url()) + assignment(prefix + "_SERVER_ID", options.serverID) +
+           assignment(prefix + "_SIGNING_KEY", options.key.publicKey()) + assignment(prefix + "_USER", "user-you") +
+           assignment(prefix + "_DEVICE_TOKEN", options.deviceToken) +
+           assignment(prefix + "_SESSION_TOKEN", options.sessionToken);
+}
+
+/// What a client would know of the servers, and what they send it.
+void writeSession(const std::filesystem::path& directory, Server& server, Server& failing) {
+    std::string pushes;
+    std::string stories;
+    for (const auto& sample : samples(server, failing)) {
+        pushes += sample.payload + '\n';
+        stories += sample.story + '\n';
+    }
     Files::createDirectory(directory);
-    Files::AtomicWrite(directory / "server.env", Foundation::bytes(environment)).commit();
-    Files::AtomicWrite(directory / "pushes.jsonl", Foundation::bytes(samplePushes(server))).commit();
+    const auto write = [&](const char* name, const std::string& text) {
+        Files::AtomicWrite(directory / name, Foundation::bytes(text)).commit();
+    };
+    write("server.env", environment("TESSEL_DEMO", server) + environment("TESSEL_DEMO_FAILING", failing));
+    write("pushes.jsonl", pushes);
+    write("stories.txt", stories);
 }
 
 /// Waits for one of the signals, or with `untilEOF` for the end of standard input.
@@ -127,11 +93,16 @@ void serve(ServerOptions options, const std::filesystem::path& keyFile, const st
         options.key = SigningKey::load(keyFile);
     else if (!keyFile.empty())
         options.key.save(keyFile);
+    // A second one, which fails, for the one push that shows it.
+    ServerOptions failingOptions{
+        .serverID = "demo-server-that-fails", .deviceToken = options.deviceToken, .sessionToken = randomToken()};
+    Server failing(std::move(failingOptions));
+    failing.setBehavior(Endpoint::acknowledgement, {.status = 500});
     Server server(std::move(options));
     server.setBehavior(Endpoint::acknowledgement, acknowledgement);
     server.setBehavior(Endpoint::userPicture, picture);
     server.setBehavior(Endpoint::publicPicture, picture);
-    if (!session.empty()) writeSession(session, server);
+    if (!session.empty()) writeSession(session, server, failing);
     std::cout << "listening on " << server.url() << std::endl;
     waitForEnd(signals, untilEOF);
 }
@@ -160,8 +131,9 @@ int main(int argc, char** argv) {
     app.add_option("--key", keyFile, "PEM file with the P-256 key to sign with; made where there is none")
         ->type_name("FILE");
     app.add_option("--session", session,
-                   "Directory for what a client knows (server.env, for the shell) and for\n"
-                   "pushes to try (pushes.jsonl); made where there is none")
+                   "Directory for what a client knows (server.env, for the shell), for pushes to\n"
+                   "try (pushes.jsonl) and what becomes of each (stories.txt); made where there\n"
+                   "is none")
         ->type_name("DIRECTORY");
     app.add_flag("--until-eof", untilEOF, "End when standard input ends, too");
 
