@@ -1,7 +1,5 @@
 #include "ChatPlatform/AppGroup.h"
 
-#include <gtest/gtest.h>
-
 #include "ChatPlatform/SharedServerStore.h"
 #include "Support/Support.h"
 
@@ -9,21 +7,20 @@ using ChatPlatform::AppGroup;
 
 namespace {
 
-std::shared_ptr<const Foundation::Bundle> bundle(const Support::TemporaryDirectory& directory, const char* entries) {
-    Support::writeFile(directory / "Contents/Info.plist",
-                       std::string("<plist version=\"1.0\"><dict>") + entries + "</dict></plist>");
+auto bundle(const Support::TemporaryDirectory& directory, const std::string& entries) {
+    Support::writeFile(directory / "Contents/Info.plist", "<plist><dict>" + entries + "</dict></plist>");
     return Foundation::Bundle::open(directory.path());
 }
 
-constexpr const char* group = "<key>TesselKeychainGroup</key><string>keys</string>";
+const std::string group = "<key>TesselKeychainGroup</key><string>keys</string>";
 
 TEST(AppGroup, ReadsTheInformation) {
     const Support::TemporaryDirectory directory;
-    const AppGroup both(*bundle(directory, (std::string(group) + "<key>TesselAppGroup</key><string>g</string>").c_str()));
+    const AppGroup both(*bundle(directory, group + "<key>TesselAppGroup</key><string>g</string>"));
     EXPECT_EQ(both.keychainGroup, "keys");
     EXPECT_EQ(both.identifier, "g");
     for (const char* rest : {"", "<key>TesselAppGroup</key><string></string>", "<key>TesselAppGroup</key><true/>"}) {
-        const AppGroup alone(*bundle(directory, (std::string(group) + rest).c_str()));
+        const AppGroup alone(*bundle(directory, group + rest));
         EXPECT_EQ(alone.identifier, std::nullopt) << rest;
         EXPECT_FALSE(ChatPlatform::SharedServerStore::make(alone)) << rest;
     }

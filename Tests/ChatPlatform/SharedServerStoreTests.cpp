@@ -2,19 +2,13 @@
 
 #include <unordered_set>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-
 #include "Foundation/CocoaError.h"
 #include "Foundation/DecodingError.h"
+#include "Foundation/Files.h"
 #include "Support/Support.h"
 
-using ChatPlatform::SharedServer;
-using ChatPlatform::SharedServerStore;
-using Foundation::CocoaError;
-using Foundation::DecodingError;
-using Foundation::URL;
+using namespace ChatPlatform;
+using namespace Foundation;
 
 namespace {
 
@@ -28,30 +22,18 @@ struct SharedServerStoreTest : testing::Test {
     Support::TemporaryDirectory directory;
     SharedServerStore store{directory / "Library/Servers"};
 
-    std::vector<std::string> files() const {
-        std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(store.directory))
-            names.push_back(entry.path().filename());
-        return names;
-    }
-    unsigned mode(const std::filesystem::path& path) const {
-        struct stat status {};
-        EXPECT_EQ(::stat(path.c_str(), &status), 0);
-        return status.st_mode & 07777;
-    }
+    std::vector<std::string> files() const { return Files::names(store.directory); }
 };
 
 TEST_F(SharedServerStoreTest, StartsWithoutADirectory) {
-    EXPECT_TRUE(store.servers().empty());
-    EXPECT_FALSE(store.server(url));
-    EXPECT_FALSE(store.server("s"));
+    EXPECT_TRUE(store.servers().empty() && !store.server(url) && !store.server("s"));
     store.removeServer(url);
     store.save(record("s"));
     EXPECT_EQ(store.server("s"), record("s"));
     EXPECT_EQ(store.server(url), record("s"));
     EXPECT_FALSE(store.server(*URL::parse("https://chat.example/team/")));
-    EXPECT_EQ(mode(store.directory), 0700U);
-    EXPECT_EQ(mode(store.directory / "s.json"), 0600U);
+    EXPECT_EQ(Support::mode(store.directory), 0700U);
+    EXPECT_EQ(Support::mode(store.directory / "s.json"), 0600U);
     EXPECT_EQ(std::unordered_set<SharedServer>({record("s"), record("s"), record("t")}).size(), 2U);
 }
 
@@ -75,13 +57,8 @@ TEST_F(SharedServerStoreTest, OnlyRecordsAreListed) {
 
 TEST_F(SharedServerStoreTest, OneDamagedFileFailsTheListingAlone) {
     store.save(record("s"));
-    Support::writeFile(store.directory / "t.json", R"({"url":"http://h","serverID":"t","signingKey":"","userID":""})");
-    try {
-        (void)store.server("t");
-        FAIL();
-    } catch (const DecodingError& error) {
-        EXPECT_EQ(error.path(), "deviceToken");
-    }
+    Support::writeFile(store.directory / "t.json", "{}");
+    EXPECT_THROW((void)store.server("t"), DecodingError);
     EXPECT_THROW((void)store.servers(), DecodingError);
     EXPECT_THROW((void)store.server(url), DecodingError);
     EXPECT_THROW(store.removeServer(url), DecodingError);
@@ -90,15 +67,12 @@ TEST_F(SharedServerStoreTest, OneDamagedFileFailsTheListingAlone) {
     EXPECT_THAT(files(), testing::UnorderedElementsAre("s.json", "t.json"));
 }
 
-TEST_F(SharedServerStoreTest, DamageIsNamed) {
+TEST(SharedServer, DamageIsNamed) {
     const std::pair<const char*, const char*> rows[] = {
         {R"({"url":"","serverID":"t","signingKey":"","userID":"","deviceToken":""})", "url"},
         {R"({"url":"h","serverID":null,"signingKey":"","userID":"","deviceToken":""})", "serverID"},
         {R"({"url":"h","serverID":"t","signingKey":"","userID":5,"deviceToken":""})", "userID"},
-        {R"({"url":"h","serverID":"t","signingKey":"","userID":"")", ""},
-        {"", ""},
-        {"\xff", ""},
-    };
+        {R"({"url":"http://h","serverID":"t","signingKey":"","userID":""})", "deviceToken"}, {"", ""}};
     for (const auto& [text, path] : rows) {
         SCOPED_TRACE(text);
         try {
@@ -117,7 +91,6 @@ TEST_F(SharedServerStoreTest, AnIdentifierStandsInThePathAsItIs) {
     EXPECT_FALSE(store.server((directory / "outside").string()));
     EXPECT_FALSE(store.server(std::string("s.json\0", 7) + "x"));
     EXPECT_THROW((void)store.server(std::string(300, 'x')), CocoaError);
-    EXPECT_THROW(store.save(record(std::string("a\0b", 3))), CocoaError);
     EXPECT_EQ(store.servers().size(), 1U);
 }
 

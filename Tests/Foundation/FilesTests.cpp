@@ -1,10 +1,8 @@
 #include "Foundation/Files.h"
 
 #include <csignal>
-#include <cstdlib>
 #include <functional>
 
-#include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -17,9 +15,7 @@ using std::filesystem::path;
 
 namespace {
 
-auto mode(const path& file) { return static_cast<unsigned>(std::filesystem::status(file).permissions()); }
 void put(const path& file, std::string_view text) { Files::AtomicWrite(file, bytes(text)).commit(); }
-std::string text(const path& file) { return std::string(textView(Files::read(file))); }
 
 TEST(Files, AreReplacedWholeAndForTheUserAlone) {
     const Support::TemporaryDirectory directory;
@@ -36,17 +32,17 @@ TEST(Files, AreReplacedWholeAndForTheUserAlone) {
     EXPECT_THROW(put(file, std::string(10'000, 'x')), CocoaError);
     ::setrlimit(RLIMIT_FSIZE, &limit);
     ::signal(SIGXFSZ, handler);
-    EXPECT_EQ(text(file), "old");
+    EXPECT_EQ(Support::readFile(file), "old");
 
     put(file, "new\0"s + std::string(200'000, 'x'));
-    EXPECT_EQ(text(file), "new\0"s + std::string(200'000, 'x'));
-    EXPECT_EQ(mode(file), 0600u);
+    EXPECT_EQ(Support::readFile(file), "new\0"s + std::string(200'000, 'x'));
+    EXPECT_EQ(Support::mode(file), 0600u);
     EXPECT_THAT(Files::names(directory.path()), testing::ElementsAre("file"));
-    EXPECT_NE(text("/proc/self/status"), "") << "a file whose size is not known beforehand";
+    EXPECT_GT(Support::readFile("/proc/self/status").size(), 100u) << "a file whose size is not known beforehand";
 
     for (const char* name : {"a/b/c/", "a/b", "a/b/", "a//d/../e", "a"}) {
         Files::createDirectory(directory / name);
-        EXPECT_EQ(mode(directory / name), 0700u) << name;
+        EXPECT_EQ(Support::mode(directory / name), 0700u) << name;
     }
     ::umask(mask);
 }
@@ -68,14 +64,14 @@ TEST(Files, SayWhatIsWrong) {
         {[&] { put(directory.path(), ""); }, Code::fileWriteUnknown, EISDIR},
         {[&] { Files::createDirectory(file); }, Code::fileWriteUnknown, EEXIST},
         {[&] { Files::createDirectory(cut); }, Code::fileWriteInvalidFileName, EINVAL}};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(&row - rows);
+    for (int row = 0; const auto& [operation, code, posixCode] : rows) {
+        SCOPED_TRACE(row++);
         try {
-            std::get<0>(row)();
+            operation();
             ADD_FAILURE() << "it succeeded";
         } catch (const CocoaError& error) {
-            EXPECT_EQ(error.code(), std::get<1>(row));
-            EXPECT_EQ(error.posixCode(), std::get<2>(row));
+            EXPECT_EQ(error.code(), code);
+            EXPECT_EQ(error.posixCode(), posixCode);
         }
     }
     EXPECT_TRUE(Files::exists(file) && !Files::exists(cut));
@@ -85,8 +81,8 @@ TEST(Files, SayWhatIsWrong) {
 TEST(GroupContainer, IsLookedForInOrder) {
     const std::tuple<const char*, const char*, const char*, std::optional<path>> rows[] = {
         {"/chosen", "/data", "/home", "/chosen/group"},
-        {"", "/data", "/home", "/data/group-containers/group"},
-        {"", "data", "/home", "/home/.local/share/group-containers/group"}, {"", "", "", {}}};
+        {"", "/data", "/home", "/data/group-containers/group"}, {"", "", "", {}},
+        {"", "data", "/home", "/home/.local/share/group-containers/group"}};
     for (const auto& [chosen, data, home, expected] : rows) {
         ::setenv("TESSEL_GROUP_CONTAINERS", chosen, 1);
         ::setenv("XDG_DATA_HOME", data, 1);

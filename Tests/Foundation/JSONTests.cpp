@@ -11,7 +11,8 @@ using namespace Foundation;
 using namespace std::string_literals;
 using Reason = DecodingError::Reason;
 
-namespace {
+/// Not without a name: clang wants the types that a table counts the members of to have linkage.
+namespace JSONTests {
 
 struct File {
     std::string name;
@@ -28,6 +29,18 @@ struct Post {
     bool operator==(const Post&) const = default;
 };
 
+}  // namespace JSONTests
+
+using JSONTests::File, JSONTests::Post;
+template <>
+constexpr auto Foundation::fields<File> = std::tuple{required("name", &File::name), required("size", &File::size)};
+template <>
+constexpr auto Foundation::fields<Post> =
+    std::tuple{required("id", &Post::id), defaulted("count", &Post::count), optional("file", &Post::file),
+               optional("is_pinned", &Post::isPinned), optional("link", &Post::link)};
+
+namespace {
+
 /// The error that the read ends in; nothing where it succeeds.
 std::optional<DecodingError> errorOf(std::string_view text, FunctionRef<void(JSONReader&)> read) {
     try {
@@ -38,27 +51,18 @@ std::optional<DecodingError> errorOf(std::string_view text, FunctionRef<void(JSO
     }
 }
 
-}  // namespace
-
-template <>
-constexpr auto Foundation::fields<File> =
-    std::tuple{required("name", &File::name), required("size", &File::size)};
-template <>
-constexpr auto Foundation::fields<Post> =
-    std::tuple{required("id", &Post::id), defaulted("count", &Post::count), optional("file", &Post::file),
-               optional("is_pinned", &Post::isPinned), optional("link", &Post::link)};
-
-namespace {
-
 TEST(JSONReader, RefusesWhatIsMalformedHoweverItIsPassedOver) {
     std::vector<std::string> texts = {
-        "", " ", "NaN", "Infinity", "-", "+1", "01", "-01", "1.", ".5", "1e", "1e+", "0x1", "--1", "truex", "True", "nul", "nulll", "falsey", "'a'", "1 2", "{} {}", "1,2", "1],[2", "]", "1]",
-        "}", "[1 2]", "[1,]", "[,1]", "[1,,2]", "[1:2]", R"(["a":1])", "[1", "[1]]", "[1}", R"({"a" 1})",
-        R"({"a":1,})", "{,}", R"({"a"})", "{1:2}", R"({"a":1 "b":2})", R"({"a":1])", R"({"a":})", R"(")",
-        R"("a)", R"("\x")", R"("\u12g4")", R"("\ud800")", R"("\udc00")", R"("\ud800\ud800")", R"("\ud800x")",
-        R"({"\x":1})", R"({"\udc00":1})", "\"a\tb\"", "\"a\0b\""s, "1\0"s, "[1]\0"s, "\xEF\xBB\xBF{}",
-        "\"\xFF\"", "\"\xED\xA0\x80\"", "{\"\xFF\":1}", "null//", "\v1"};
-    for (const int depth : {513, 100'000}) texts.push_back(std::string(depth, '[') + std::string(depth, ']'));
+        "", " ", "NaN", "Infinity", "-", "+1", "01", "-01", "1.", ".5", "1e", "1e+", "0x1", "--1", "truex", "True", "nul",
+        "nulll", "falsey", "'a'", "1 2", "{} {}", "1,2", "1],[2", "]", "1]", "}", "[1 2]", "[1,]", "[,1]", "[1,,2]",
+        "[1:2]", R"(["a":1])", "[1", "[1]]", "[1}", R"({"a" 1})", R"({"a":1,})", "{,}", R"({"a"})", "{1:2}",
+        R"({"a":1 "b":2})", R"({"a":1])", R"({"a":})", R"(")", R"("a)", R"("\x")", R"("\u12g4")", R"("\ud800")",
+        R"("\udc00")", R"("\ud800\ud800")", R"("\ud800x")", R"({"\x":1})", R"({"\udc00":1})", "\"a\tb\"",
+        "\"a\0b\""s, "1\0"s, "[1]\0"s, "\xEF\xBB\xBF{}", "\"\xFF\"", "\"\xED\xA0\x80\"", "{\"\xFF\":1}",
+        "null//", "\v1"};
+    for (const auto* innermost : {"[]", "{}"})
+        texts.push_back(std::string(512, '[') + innermost + std::string(512, ']'));
+    texts.emplace_back(100'000, '[');
     void (*const passes[])(JSONReader&) = {[](JSONReader&) {}, [](JSONReader& value) { value.raw(); },
                                            [](JSONReader& value) { PropertyList::read(value); }};
     for (const auto& text : texts)
@@ -74,14 +78,13 @@ TEST(JSONReader, RefusesWhatIsMalformedHoweverItIsPassedOver) {
 TEST(JSONReader, ReadsValuesExactly) {
     using Array = PropertyList::Array;
     const std::pair<std::string, PropertyList> rows[] = {
-        {"\t\r\n null \n", {}}, {"true", true}, {" [ ] ", Array{}},
-        {R"({"":{ }})", Dictionary{{"", Dictionary{}}}},
+        {"\t\r\n null \n", {}}, {"true", true}, {" [ ] ", Array{}}, {R"({"":{ }})", Dictionary{{"", Dictionary{}}}},
         {"[1,[true,\"]\"],{}]", Array{1, Array{true, "]"}, Dictionary{}}}, {"-0", 0}, {"3.0", 3.0},
         {"-1.5E+1", -15.0}, {"9223372036854775807", INT64_MAX}, {"9223372036854775808", 0x1p63},
-        {"-9223372036854775808", INT64_MIN}, {"12345678901234567890123", 12345678901234567890123.0},
-        {"9007199254740993", std::int64_t{9007199254740993}},
-        {"9007199254740993.00000000000000000001", 9007199254740994.0}, {"1e-310", 1e-310}, {"1e-400", 0.0},
-        {"1.00000000000000011102230246251565404236316680908203126", 1.0000000000000002}, {"5e-324", 5e-324},
+        {"-9223372036854775808", INT64_MIN}, {"12345678901234567890123", 12345678901234567890123.0}, {"1e-310", 1e-310},
+        {"9007199254740993", std::int64_t{9007199254740993}}, {"1e-400", 0.0}, {"5e-324", 5e-324},
+        {"9007199254740993.00000000000000000001", 9007199254740994.0},
+        {"1.00000000000000011102230246251565404236316680908203126", 1.0000000000000002},
         {R"("\"\\\/\b\f\n\r\t\u00E9\ud83d\ude00")", "\"\\/\b\f\n\r\t\u00E9\U0001F600"},
         {R"("\u0000")", "\0"s}, {R"({"a":{"b":1},"\u0061":2})", Dictionary{{"a", 2}}},
         {R"({"\"":1,"a":[1],"a":null})", Dictionary{{"\"", 1}, {"a", {}}}}};
@@ -91,7 +94,9 @@ TEST(JSONReader, ReadsValuesExactly) {
         EXPECT_TRUE(value == expected) << text;
         EXPECT_FALSE(errorOf("[[" + text + "]]", [](JSONReader& reader) { reader.raw(); })) << text;
     }
-    EXPECT_FALSE(errorOf(std::string(512, '[') + std::string(512, ']'), [](JSONReader&) {}));
+    EXPECT_FALSE(errorOf(std::string(511, '[') + "{}" + std::string(511, ']'), [](JSONReader&) {}));
+    EXPECT_FALSE(errorOf("[1e400]", [](JSONReader&) {})) << "a number that nobody reads may be too large";
+    EXPECT_TRUE(errorOf("[1e400]", [](JSONReader& value) { PropertyList::read(value); }));
 }
 
 TEST(JSONReader, HandsOutTheTextOfAValueWhileOtherTextsAreRead) {
@@ -128,10 +133,9 @@ TEST(JSONCoding, KeepsToTheTable) {
     const std::tuple<std::string, Post, std::string> records[] = {
         {whole, {"", 1, false, File{"f", 2}, URL::parse("h:%20")}, whole},
         {R"({"link":null,"file":null,"count":null,"id":"a"})", {"a"}, R"({"id":"a","count":7})"},
-        {R"({"id":"a","count":-9.223372036854775808e18})", {"a", INT64_MIN},
-         R"({"id":"a","count":-9223372036854775808})"},
-        {R"({"id":"a","count":1,"is_pinned":true,"x":[{}],"count":null,"is_pinned":null,"\u0069d":"b"})",
-         {"b"}, R"({"id":"b","count":7})"}};
+        {R"({"id":"a","count":-9.223372036854775808e18})", {"a", INT64_MIN}, R"({"id":"a","count":-9223372036854775808})"},
+        {R"({"id":"a","count":1,"is_pinned":true,"x":[{}],"count":null,"is_pinned":null,"\u0069d":"b"})", {"b"},
+         R"({"id":"b","count":7})"}};
     for (const auto& [text, post, written] : records) {
         EXPECT_EQ(decodeJSON<Post>(text), post) << text;
         EXPECT_EQ(encodeJSON(post), written);
@@ -141,8 +145,7 @@ TEST(JSONCoding, KeepsToTheTable) {
 TEST(JSONCoding, NamesThePlaceOfAnErrorAndNotTheText) {
     const std::tuple<const char*, Reason, std::string> rows[] = {
         {"{}", Reason::keyNotFound, "[1].id"}, {"\"canary\"", Reason::typeMismatch, "[1]"},
-        {R"({"id":null})", Reason::typeMismatch, "[1].id"},
-        {R"({"id":"a","id":null})", Reason::typeMismatch, "[1].id"},
+        {R"({"id":null})", Reason::typeMismatch, "[1].id"}, {R"({"id":"a","id":null})", Reason::typeMismatch, "[1].id"},
         {R"({"id":"a","is_pinned":1})", Reason::typeMismatch, "[1].is_pinned"},
         {R"({"id":"a","count":"canary"})", Reason::typeMismatch, "[1].count"},
         {R"({"id":"a","count":3.5})", Reason::typeMismatch, "[1].count"},

@@ -16,10 +16,9 @@ namespace {
 
 TEST(PropertyList, BridgesNumbersAsThePlatformDoes) {
     const std::tuple<PropertyList, std::optional<bool>, std::optional<std::int64_t>> rows[] = {
-        {{}, {}, {}}, {false, false, {}}, {true, true, {}}, {0, false, 0}, {1, true, 1}, {2, {}, 2},
-        {-1, {}, -1}, {-0.0, false, 0}, {1.0, true, 1}, {0.5, {}, {}}, {3.0, {}, 3}, {-0x1p63, {}, INT64_MIN},
-        {0x1p63, {}, {}}, {NAN, {}, {}}, {"true", {}, {}}, {"1", {}, {}}, {Data{1}, {}, {}},
-        {PropertyList::Array{1}, {}, {}}};
+        {{}, {}, {}}, {false, false, {}}, {true, true, {}}, {0, false, 0}, {1, true, 1}, {2, {}, 2}, {-1, {}, -1},
+        {-0.0, false, 0}, {1.0, true, 1}, {0.5, {}, {}}, {3.0, {}, 3}, {-0x1p63, {}, INT64_MIN}, {0x1p63, {}, {}},
+        {NAN, {}, {}}, {"true", {}, {}}, {"1", {}, {}}, {Data{1}, {}, {}}, {PropertyList::Array{1}, {}, {}}};
     for (int row = 0; const auto& [value, boolean, integer] : rows) {
         SCOPED_TRACE(row++);
         EXPECT_EQ(value.boolean(), boolean);
@@ -48,11 +47,9 @@ TEST(URL, ReadsReferencesAndKeepsTheirSpelling) {
 
 TEST(URL, AppendsAPathBehindItsOwn) {
     const std::tuple<const char*, const char*, const char*> rows[] = {
-        {"https://h", "a/b", "https://h/a/b"}, {"https://h/", "a", "https://h/a"},
-        {"https://h/p", "/a", "https://h/p/a"}, {"https://h/p/", "/a", "https://h/p/a"},
-        {"https://h/p?q=/#f/", "a", "https://h/p/a?q=/#f/"}, {"p", "a", "p/a"},
-        {"https://h?q", "a", "https://h/a?q"}, {"https://h#f", "a", "https://h/a#f"},
-        {"https://", "a", "https:///a"},
+        {"https://h", "a/b", "https://h/a/b"}, {"https://h/", "a", "https://h/a"}, {"https://h/p", "/a", "https://h/p/a"},
+        {"https://h/p/", "/a", "https://h/p/a"}, {"https://h/p?q=/#f/", "a", "https://h/p/a?q=/#f/"}, {"p", "a", "p/a"},
+        {"https://h?q", "a", "https://h/a?q"}, {"https://h#f", "a", "https://h/a#f"}, {"https://", "a", "https:///a"},
         {"https://h", "a ?#%\u00E9[/../.", "https://h/a%20%3F%23%25%C3%A9%5B/../."}};
     for (const auto& [url, path, expected] : rows)
         EXPECT_EQ(URL::parse(url)->appending(path).absoluteString(), expected) << url;
@@ -60,21 +57,18 @@ TEST(URL, AppendsAPathBehindItsOwn) {
 
 TEST(Base64, IsStrict) {
     const std::pair<std::string, std::optional<Data>> rows[] = {
-        {"", Data{}}, {"AA==", Data{0}}, {"AP8=", Data{0, 255}}, {"+/+/", Data{0xFB, 0xFF, 0xBF}},
-        {"AB==", Data{0}}, {"AA", {}}, {"AA=", {}}, {"A===", {}}, {"====", {}}, {"=AAA", {}}, {"AA=A", {}},
-        {"AA==AAAA", {}}, {"AA==\n", {}}, {"AAA\n", {}}, {"A A=", {}}, {"-_-_", {}}, {"AAA\0"s, {}},
-        {"AAA\xFF", {}}, {"AAAAA", {}}};
+        {"", Data{}}, {"AA==", Data{0}}, {"AP8=", Data{0, 255}}, {"+/+/", Data{0xFB, 0xFF, 0xBF}}, {"AB==", Data{0}},
+        {"AA", {}}, {"AA=", {}}, {"A===", {}}, {"====", {}}, {"=AAA", {}}, {"AA=A", {}}, {"AA==AAAA", {}},
+        {"AA==\n", {}}, {"AAA\n", {}}, {"A A=", {}}, {"-_-_", {}}, {"AAA\0"s, {}}, {"AAA\xFF", {}}, {"AAAAA", {}}};
     for (const auto& [text, data] : rows) EXPECT_EQ(base64Decoded(text), data) << text;
-    for (const char* text : {"Zg==", "Zm8=", "Zm9vYmFy", "+/8="})
-        EXPECT_EQ(base64Encoded(*base64Decoded(text)), text);
+    for (const char* text : {"Zg==", "Zm8=", "Zm9vYmFy", "+/8="}) EXPECT_EQ(base64Encoded(*base64Decoded(text)), text);
 }
 
 TEST(UTF8, IsRepairedByTheLongestValidStart) {
     const std::pair<std::string, const char*> rows[] = {
-        {"a\u00E9\U0001F600", "a\u00E9\U0001F600"}, {"\xF0\x9F\x98z", "\uFFFDz"},
-        {"\xC0\xAF", "\uFFFD\uFFFD"}, {"\xE0\x80\x80", "\uFFFD\uFFFD\uFFFD"},
-        {"\xED\xA0\x80", "\uFFFD\uFFFD\uFFFD"}, {"\x80\xC2", "\uFFFD\uFFFD"},
-        {"\xF4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD"},
+        {"a\u00E9\U0001F600", "a\u00E9\U0001F600"}, {"\xF0\x9F\x98z", "\uFFFDz"}, {"\xC0\xAF", "\uFFFD\uFFFD"},
+        {"\xE0\x80\x80", "\uFFFD\uFFFD\uFFFD"}, {"\xED\xA0\x80", "\uFFFD\uFFFD\uFFFD"}, {"\x80\xC2", "\uFFFD\uFFFD"},
+        {"\xF0\x8F\x80", "\uFFFD\uFFFD\uFFFD"}, {"\xF4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD"},
         {"\xE1\x80\xE2\xF0\x91\x92\xF1\xBF\x41", "\uFFFD\uFFFD\uFFFD\uFFFD\x41"},
         {"\xFF\xF4\x8F\xBF\xBF", "\uFFFD\U0010FFFF"}};
     for (const auto& [bytes, text] : rows) {
@@ -87,11 +81,10 @@ TEST(UTF8, IsRepairedByTheLongestValidStart) {
 
 TEST(CanonicalEquivalence, IsThatOfUnicode) {
     const std::tuple<std::string, std::string, bool> rows[] = {
-        {"", "a", false}, {"", "\u0301", false}, {"a", "A", false}, {"\u00E9", "e\u0301", true},
-        {"\u00E9", "e\u0300", false}, {"\u00E9", "e", false}, {"\u212A", "K", true},
-        {"\u212B", "A\u030A", true}, {"q\u0307\u0323", "q\u0323\u0307", true},
-        {"q\u0301\u0300", "q\u0300\u0301", false}, {"\uAC00", "\u1100\u1161", true}, {"\uFB01", "fi", false},
-        {"\U0002F800", "\u4E3D", true}, {"\xFF", "\xFE", true}, {"\xFF", "a", false},
+        {"", "a", false}, {"", "\u0301", false}, {"a", "A", false}, {"\u00E9", "e\u0301", true}, {"\u00E9", "e", false},
+        {"\u00E9", "e\u0300", false}, {"\u212A", "K", true}, {"\u212B", "A\u030A", true}, {"\xFF", "a", false},
+        {"q\u0307\u0323", "q\u0323\u0307", true}, {"q\u0301\u0300", "q\u0300\u0301", false}, {"\xFF", "\xFE", true},
+        {"\uAC00", "\u1100\u1161", true}, {"\uFB01", "fi", false}, {"\U0002F800", "\u4E3D", true},
         {"\u1F82\u1F82\u1F82\u1F82\u1F82", "\u1F82\u1F82\u1F82\u1F82\u03B1\u0313\u0300\u0345", true}};
     for (const auto& [left, right, expected] : rows) {
         EXPECT_EQ(Text::canonicallyEquivalent(left, right), expected) << left << " and " << right;

@@ -1,6 +1,5 @@
 #include "Networking/URLSession.h"
 
-#include <cstdlib>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -24,7 +23,7 @@ protected:
     /// The answer's status, or the error's code, which is negative. A POST has a body and the token.
     int outcome(const std::string& url, const std::string& method = "GET", Headers headers = {}) {
         body.clear();
-        if (method == "POST") headers.emplace_back("Authorization", "Bearer demo-session-token");
+        if (method == "POST") headers = {{"Authorization", "Bearer demo-session-token"}, {"Content-Type", "a/b"}};
         try {
             auto [data, response] = session.data({URL::parse(url).value(), method, headers, bytes("{}")});
             body = textView(data);
@@ -77,6 +76,7 @@ TEST_F(CurlSessionTest, RedirectsWithoutTheAuthorizationOfAnotherPort) {
             EXPECT_EQ(last.path, "/x");
             EXPECT_EQ(last.method + last.body, status < 307 ? "GET" : "POST{}");
             EXPECT_EQ(last.headers.contains("authorization"), location == "/x");
+            EXPECT_EQ(last.headers.contains("content-type"), status >= 307);
         }
 }
 
@@ -112,16 +112,14 @@ TEST_F(CurlSessionTest, PassesEveryStatusOn) {
     }
     for (const int status : {300, 304, 305, 310, 400})
         EXPECT_EQ(outcomeOf({.status = status, .location = "/elsewhere"}), status);
-    for (const int interim : {100, 103, 199})
-        EXPECT_EQ(outcomeOf({.status = interim}), lost) << "no answer follows it";
+    for (const int interim : {100, 103, 199}) EXPECT_EQ(outcomeOf({.status = interim}), lost) << "no answer follows it";
 }
 
 TEST_F(CurlSessionTest, AsksHTTPServersAlone) {
     const std::string authority = server.url().substr(7);
-    for (const std::string& url :
-         {"ftp://127.0.0.1/"s, "file:///etc/hostname"s, "pictures/a"s, "/pictures/a"s, "//" + authority,
-          "localhost" + authority.substr(9), "http:/" + authority, "http:///" + authority, "https://"s,
-          "http:"s, "http://127.0.0.1:65536/"s})
+    for (const std::string& url : {"ftp://127.0.0.1/"s, "file:///etc/hostname"s, "pictures/a"s, "/pictures/a"s,
+             "//" + authority, "localhost" + authority.substr(9), "http:/" + authority, "http:///" + authority,
+             "https://"s, "http:"s, "http://127.0.0.1:65536/"s})
         EXPECT_EQ(outcome(url), error(Code::unsupportedURL)) << url;
     EXPECT_THAT(server.received(), testing::IsEmpty());
     EXPECT_EQ(outcome("HTTP://" + authority + "/pictures/a"), 200);

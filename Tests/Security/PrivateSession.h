@@ -16,34 +16,27 @@ public:
 
     /// The keyring and the sockets are in the directory `home`, from one session to the next.
     PrivateSession(const std::filesystem::path& home, Keyring keyring) : home_(home) {
-        for (const char* name :
-             {"HOME", "XDG_RUNTIME_DIR", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME"})
+        for (const char* name : {"HOME", "XDG_RUNTIME_DIR", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME"})
             ::setenv(name, home.c_str(), 1);
         const std::string address = "unix:path=" + (home / "bus").string();
         ::setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
         Support::writeFile(home / "bus.conf",
-                           "<busconfig><type>session</type><listen>" + address +
-                               "</listen><servicedir>services</servicedir>"
-                               "<policy context='default'><allow send_destination='*'/>"
-                               "<allow receive_sender='*'/><allow own='*'/></policy></busconfig>");
+                           "<busconfig><type>session</type><listen>" + address + "</listen>"
+                           "<servicedir>services</servicedir><policy context='default'><allow send_destination='*'/>"
+                           "<allow receive_sender='*'/><allow own='*'/></policy></busconfig>");
         Support::writeFile(home / "password", "password");
         const std::string unlock = keyring == Keyring::unlocked ? "--unlock" : "";
-        Support::writeFile(home / "keyring",
-                           "echo $$ > keyring.pid; exec gnome-keyring-daemon --foreground "
-                           "--components=secrets < password > keyring.log 2>&1 " +
-                               unlock);
+        Support::writeFile(home / "keyring", "echo $$ > keyring.pid; exec gnome-keyring-daemon --foreground "
+                                             "--components=secrets < password > keyring.log 2>&1 " + unlock);
         if (keyring != Keyring::none)
             Support::writeFile(home / "services/secrets.service",
                                "[D-BUS Service]\nName=org.freedesktop.secrets\nExec=/bin/sh keyring\n");
 
         // Nothing is left behind where a test crashes: the bus ends with the test, the keyring with the bus.
-        output_ = ::popen(
-            "cd && exec setpriv --pdeathsig KILL dbus-daemon --nofork --config-file=bus.conf "
-            "--print-address=1 --print-pid=1 2> bus.log",
-            "re");
+        output_ = ::popen("cd && exec setpriv --pdeathsig KILL dbus-daemon --nofork --config-file=bus.conf "
+                          "--print-address=1 --print-pid=1 2> bus.log", "re");
         // What it prints is there once it listens.
-        if (output_ == nullptr || std::fscanf(output_, "%*s %d", &bus_) != 1)
-            throw std::runtime_error("no bus");
+        if (output_ == nullptr || std::fscanf(output_, "%*s %d", &bus_) != 1) throw std::runtime_error("no bus");
     }
     ~PrivateSession() {
         signalKeyring(SIGKILL);

@@ -1,11 +1,8 @@
 #include "Security/SecItem.h"
 
 #include <chrono>
-#include <cstdlib>
-#include <memory>
 #include <thread>
 
-#include <gmock/gmock.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -15,35 +12,24 @@
 #include "Security/EmbeddedStore.h"
 #include "Security/SecretService.h"
 
-namespace Security {
-
-void PrintTo(const SecItemResult& result, std::ostream* stream) {
-    *stream << result.status << ", " << testing::PrintToString(result.data);
-}
+using namespace Security;
+using namespace std::chrono_literals;
+using namespace std::string_literals;
+using namespace testing;
+using Foundation::bytes;
+using Keyring = PrivateSession::Keyring;
 
 namespace {
 
-using namespace std::chrono_literals;
-using namespace std::string_literals;
-using Foundation::bytes;
-using Keyring = PrivateSession::Keyring;
-using testing::Each;
-using testing::ElementsAre;
-using testing::FieldsAre;
-
 const GenericPasswordQuery item{"com.example.session", "https://chat.example", "group"};
 
-auto isData(const std::string& data) {
-    return FieldsAre(errSecSuccess, bytes(data));
-}
-auto isStatus(OSStatus status) {
-    return FieldsAre(status, std::nullopt);
-}
+auto isData(const std::string& data) { return FieldsAre(errSecSuccess, bytes(data)); }
+auto isStatus(OSStatus status) { return FieldsAre(status, std::nullopt); }
 
 /// The statuses of read, update, add and delete, in this order.
 std::vector<OSStatus> everyStatus(SecretStore&& store, const GenericPasswordQuery& query = item) {
-    return {store.copyMatching(query).status, store.update(query, bytes("other")),
-            store.add(query, bytes("other")), store.remove(query)};
+    const auto data = bytes("other");
+    return {store.copyMatching(query).status, store.update(query, data), store.add(query, data), store.remove(query)};
 }
 
 /// What holds for either store.
@@ -94,8 +80,7 @@ TEST_P(SecItem, matchesAnyAccessGroupWhereNoneIsAskedFor) {
     EXPECT_EQ(SecItemUpdate(of(""), bytes("one of them")), errSecSuccess);
     EXPECT_THAT(SecItemCopyMatching(of("one")), isData("1"));
     EXPECT_EQ(SecItemUpdate(any, bytes("all")), errSecSuccess);
-    for (const char* group : {"", "one"})
-        EXPECT_THAT(SecItemCopyMatching(of(group)), isData("all")) << group;
+    for (const char* group : {"", "one"}) EXPECT_THAT(SecItemCopyMatching(of(group)), isData("all")) << group;
     EXPECT_EQ(SecItemDelete(of("one")), errSecSuccess);
     EXPECT_THAT(SecItemCopyMatching(any), isData("all"));
     ASSERT_EQ(SecItemAdd(of("one"), bytes("1")), errSecSuccess);
@@ -104,17 +89,15 @@ TEST_P(SecItem, matchesAnyAccessGroupWhereNoneIsAskedFor) {
 }
 
 TEST_P(SecItem, isNamedByTheExactTexts) {
-    const std::vector<std::string> accounts = {
-        item.account,           item.account + '/',  "HTTPS://chat.example",
-        "https://chat.exampl_", "https://chat.ex%",  "' OR 1 --",
-        "Stra\u00DFe",          "Strasse\U0001F511", ""};
+    const auto of = [](const std::string& account) {
+        return GenericPasswordQuery{item.service, account, item.accessGroup};
+    };
+    const std::string accounts[] = {
+        item.account, item.account + '/', "HTTPS://chat.example", "https://chat.exampl_", "https://chat.ex%",
+        "' OR 1 --", "Stra\u00DFe", "Strasse\U0001F511", ""};
     EXPECT_EQ(SecItemAdd({"com.example", item.account, item.accessGroup}, bytes("service")), errSecSuccess);
-    for (const auto& account : accounts)
-        EXPECT_EQ(SecItemAdd({item.service, account, item.accessGroup}, bytes(account)), errSecSuccess)
-            << account;
-    for (const auto& account : accounts)
-        EXPECT_THAT(SecItemCopyMatching({item.service, account, item.accessGroup}), isData(account))
-            << account;
+    for (const auto& account : accounts) EXPECT_EQ(SecItemAdd(of(account), bytes(account)), errSecSuccess) << account;
+    for (const auto& account : accounts) EXPECT_THAT(SecItemCopyMatching(of(account)), isData(account)) << account;
 }
 
 TEST(SecItemStatus, tellsAnUnknownKindOfStore) {
@@ -124,8 +107,7 @@ TEST(SecItemStatus, tellsAnUnknownKindOfStore) {
         EXPECT_THAT((std::vector{SecItemUpdate(item, {}), SecItemAdd(item, {}), SecItemDelete(item)}),
                     Each(errSecParam));
     }
-    EXPECT_EQ(SecCopyErrorMessageString(errSecItemNotFound),
-              "The specified item could not be found in the keychain.");
+    EXPECT_EQ(SecCopyErrorMessageString(errSecItemNotFound), "The specified item could not be found in the keychain.");
     EXPECT_EQ(SecCopyErrorMessageString(-1), std::nullopt);
 }
 
@@ -141,9 +123,8 @@ TEST(EmbeddedStore, takesAttributesOfAnyBytes) {
 TEST(EmbeddedStore, isCreatedByAnAddForItsUserAlone) {
     const Support::TemporaryDirectory directory;
     EmbeddedStore store(directory / "keychain");
-    EXPECT_EQ(store.copyMatching(item).status, errSecItemNotFound);
-    EXPECT_EQ(store.update(item, {}), errSecItemNotFound);
-    EXPECT_EQ(store.remove(item), errSecItemNotFound);
+    EXPECT_THAT((std::vector{store.copyMatching(item).status, store.update(item, {}), store.remove(item)}),
+                Each(errSecItemNotFound));
     EXPECT_TRUE(std::filesystem::is_empty(directory.path()));
 
     const mode_t mask = ::umask(0);
@@ -151,8 +132,7 @@ TEST(EmbeddedStore, isCreatedByAnAddForItsUserAlone) {
     for (const char* name : {"keychain", "shared"}) {
         EXPECT_THAT(everyStatus(EmbeddedStore(directory / name)),
                     ElementsAre(errSecItemNotFound, errSecItemNotFound, errSecSuccess, errSecSuccess));
-        EXPECT_EQ(std::filesystem::status(directory / name).permissions(), std::filesystem::perms(0600))
-            << name;
+        EXPECT_EQ(Support::mode(directory / name), 0600u) << name;
     }
     ::umask(mask);
 }
@@ -176,17 +156,14 @@ TEST(EmbeddedStore, saysWhatIsWrongWithTheFile) {
 
 TEST(EmbeddedStore, takesWritersOneByOne) {
     const Support::TemporaryDirectory directory;
-    std::vector<std::thread> writers;
+    std::vector<std::jthread> writers;
     for (const char* account : {"a", "b", "c", "d"})
         writers.emplace_back([&directory, query = GenericPasswordQuery{"service", account, {}}] {
             EmbeddedStore store(directory / "keychain");
             EXPECT_EQ(store.add(query, {}), errSecSuccess);
-            for (int i = 0; i < 10; ++i)
-                EXPECT_EQ(store.update(query, bytes(query.account)), errSecSuccess);
+            for (int i = 0; i < 10; ++i) EXPECT_EQ(store.update(query, bytes(query.account)), errSecSuccess);
             EXPECT_THAT(store.copyMatching(query), isData(query.account));
         });
-    for (auto& writer : writers)
-        writer.join();
 }
 
 TEST(SecretService, tellsLockedFromMissing) {
@@ -197,15 +174,13 @@ TEST(SecretService, tellsLockedFromMissing) {
     }
     const PrivateSession session(home.path(), Keyring::locked);
     EXPECT_THAT(everyStatus(SecretService()), Each(errSecInteractionNotAllowed));
-    EXPECT_THAT(
-        everyStatus(SecretService(), {"service", "another", {}}),
-        ElementsAre(errSecItemNotFound, errSecItemNotFound, errSecInteractionNotAllowed, errSecItemNotFound));
+    EXPECT_THAT(everyStatus(SecretService(), {"service", "another", {}}),
+                ElementsAre(errSecItemNotFound, errSecItemNotFound, errSecInteractionNotAllowed, errSecItemNotFound));
 }
 
 TEST(SecretService, hasNoItemWhoseAttributesAreNoText) {
     for (const GenericPasswordQuery& query : {GenericPasswordQuery{"service\0"s, "account", {}},
-                                              {"service", "\xFF", {}},
-                                              {"service", "account", "group\0"s}})
+                                              {"service", "\xFF", {}}, {"service", "account", "group\0"s}})
         EXPECT_THAT(everyStatus(SecretService(), query),
                     ElementsAre(errSecItemNotFound, errSecItemNotFound, errSecParam, errSecItemNotFound));
 }
@@ -219,10 +194,8 @@ void startSilentBus(const std::string& path) {
     ASSERT_EQ(::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     ASSERT_EQ(::listen(listener, 8), 0);
     std::thread([listener] {
-        const auto welcome =
-            "REJECTED EXTERNAL\r\nDATA\r\nOK 0123456789abcdef0123456789abcdef\r\nAGREE_UNIX_FD\r\n"s;
-        while (::write(::accept(listener, nullptr, nullptr), welcome.data(), welcome.size()) > 0)
-            continue;
+        const auto welcome = "REJECTED EXTERNAL\r\nDATA\r\nOK 0123456789abcdef0123456789abcdef\r\nAGREE_UNIX_FD\r\n"s;
+        while (::write(::accept(listener, nullptr, nullptr), welcome.data(), welcome.size()) > 0) continue;
     }).detach();
 }
 
@@ -248,8 +221,7 @@ bool isNotAvailable(Silence silence) {
     const auto start = std::chrono::steady_clock::now();
     const auto statuses = everyStatus(SecretService(timeout));
     const auto elapsed = std::chrono::steady_clock::now() - start;
-    return statuses == std::vector<OSStatus>(4, errSecNotAvailable) && elapsed < 20s &&
-           (!hangs || elapsed >= timeout);
+    return statuses == std::vector<OSStatus>(4, errSecNotAvailable) && elapsed < 20s && (!hangs || elapsed >= timeout);
 }
 
 TEST(SecretService, isNotAvailableWithoutAnAnswer) {
@@ -261,5 +233,3 @@ TEST(SecretService, isNotAvailableWithoutAnAnswer) {
 }
 
 }  // namespace
-
-}  // namespace Security

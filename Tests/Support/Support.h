@@ -1,18 +1,23 @@
 #pragma once
 
+#include <condition_variable>
+#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <stdlib.h>
 
+#include "Foundation/Files.h"
 #include "Foundation/PropertyList.h"
 #include "os/Logger.h"
 
-/// What the tests of several libraries share.
+/// What the tests of several libraries share, the test framework included.
 namespace Support {
 
 /// A directory that goes with the object.
@@ -42,6 +47,15 @@ inline void writeFile(const std::filesystem::path& path, std::string_view text) 
     std::ofstream(path, std::ios::binary) << text;
 }
 
+inline std::string readFile(const std::filesystem::path& path) {
+    return std::string(Foundation::textView(Foundation::Files::read(path)));
+}
+
+/// The permissions of a file.
+inline unsigned mode(const std::filesystem::path& file) {
+    return static_cast<unsigned>(std::filesystem::status(file).permissions());
+}
+
 /// The dictionary in a JSON object.
 inline Foundation::Dictionary dictionary(std::string_view json) {
     Foundation::Dictionary result;
@@ -54,6 +68,34 @@ inline std::string json(const Foundation::Dictionary& dictionary) {
     write(writer, dictionary);
     return std::move(writer).text();
 }
+
+/// Values handed from thread to thread.
+template <class Value>
+class Queue {
+public:
+    void push(Value value) {
+        const std::lock_guard lock(mutex_);
+        values_.push_back(std::move(value));
+        changed_.notify_one();
+    }
+    /// The next value, once there is one.
+    Value pop() {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this] { return !values_.empty(); });
+        Value value = std::move(values_.front());
+        values_.pop_front();
+        return value;
+    }
+    bool isEmpty() {
+        const std::lock_guard lock(mutex_);
+        return values_.empty();
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::deque<Value> values_;
+};
 
 /// Takes the log of the process while it lives, one text an entry: "error A push …".
 class LogRecorder {
@@ -68,13 +110,14 @@ public:
     LogRecorder(const LogRecorder&) = delete;
     LogRecorder& operator=(const LogRecorder&) = delete;
 
-    std::vector<std::string> lines() const {
+    /// The entries since it was asked last.
+    std::vector<std::string> lines() {
         const std::lock_guard lock(mutex_);
-        return lines_;
+        return std::exchange(lines_, {});
     }
 
 private:
-    mutable std::mutex mutex_;
+    std::mutex mutex_;
     std::vector<std::string> lines_;
 };
 

@@ -1,29 +1,16 @@
-#include <chrono>
-#include <csignal>
-#include <cstdio>
-#include <filesystem>
+#include <algorithm>
+#include <cstdlib>
 #include <map>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <fcntl.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <set>
+#include <sstream>
 
 #include "DemoServer/Server.h"
-#include "Foundation/Files.h"
 #include "Support/Support.h"
 
 // The programs as other tools call them: real processes, real files, a real server.
 
 using DemoServer::Endpoint;
-using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
 
 namespace {
 
@@ -35,11 +22,8 @@ struct Outcome {
     /// The lines of the output, each a JSON object.
     std::vector<Foundation::Dictionary> lines() const {
         std::vector<Foundation::Dictionary> lines;
-        for (std::size_t start = 0; start < output.size();) {
-            const std::size_t end = output.find('\n', start);
-            lines.push_back(Support::dictionary(output.substr(start, end - start)));
-            start = end + 1;
-        }
+        std::istringstream stream(output);
+        for (std::string line; std::getline(stream, line);) lines.push_back(Support::dictionary(line));
         return lines;
     }
 };
@@ -48,35 +32,23 @@ std::string contentText(const Foundation::Dictionary& line, const char* key) {
     return Foundation::textOrEmpty(*line.at("content").dictionary(), key);
 }
 
-constexpr const char* unverified = "We could not verify this notification with the server.";
-
 struct ProgramTest : testing::Test {
     Support::TemporaryDirectory directory;
     DemoServer::Server server;
     std::map<std::string, std::string> environment = {
         {"TESSEL_GROUP_CONTAINERS", (directory / "containers").string()},
-        {"TESSEL_KEYCHAIN", "file:" + (directory / "keychain").string()},
-        {"LC_ALL", "C"}};
+        {"TESSEL_KEYCHAIN", "file:" + (directory / "keychain").string()}, {"LC_ALL", "C"}};
 
     /// Runs a program to its end, its input being a text.
     Outcome run(const std::vector<std::string>& command, const std::string& input = "") {
         Support::writeFile(directory / "in", input);
-        const pid_t child = ::fork();
-        if (child == 0) {
-            for (const char* name : {"HOME", "XDG_DATA_HOME", "LANGUAGE", "LANG", "TESSEL_BUNDLE"}) ::unsetenv(name);
-            for (const auto& [name, value] : environment) ::setenv(name.c_str(), value.c_str(), 1);
-            redirect("in", O_RDONLY, STDIN_FILENO);
-            redirect("out", O_WRONLY | O_CREAT | O_TRUNC, STDOUT_FILENO);
-            redirect("err", O_WRONLY | O_CREAT | O_TRUNC, STDERR_FILENO);
-            std::vector<char*> arguments;
-            for (const auto& argument : command) arguments.push_back(const_cast<char*>(argument.c_str()));
-            arguments.push_back(nullptr);
-            ::execv(arguments[0], arguments.data());
-            ::_exit(127);
-        }
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), text("out"), text("err")};
+        std::string line = "cd '" + directory.path().string() + "' && exec env -u HOME -u XDG_DATA_HOME -u LANGUAGE "
+                           "-u LANG -u TESSEL_BUNDLE";
+        for (const auto& [name, value] : environment) line += " '" + name + '=' + value + '\'';
+        for (const auto& argument : command) line += " '" + argument + '\'';
+        const int status = std::system((line + " < in > out 2> err").c_str());
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), Support::readFile(directory / "out"),
+                Support::readFile(directory / "err")};
     }
     Outcome tessel(std::vector<std::string> arguments, const std::string& input = "") {
         arguments.insert(arguments.begin(), TESSEL_PROGRAM);
@@ -89,30 +61,15 @@ struct ProgramTest : testing::Test {
 
     void signIn() {
         const auto& options = server.options();
-        ASSERT_EQ(tessel({"server", "add", "--url", server.url(), "--id", options.serverID, "--signing-key",
-                          options.key.publicKey(), "--user", "me", "--device-token", options.deviceToken})
-                      .errors,
-                  "");
+        const auto added = tessel({"server", "add", "--url", server.url(), "--id", options.serverID, "--signing-key",
+                                   options.key.publicKey(), "--user", "me", "--device-token", options.deviceToken});
+        ASSERT_EQ(added.errors, "");
         ASSERT_EQ(tessel({"token", "set", server.url()}, options.sessionToken + "\r\nrest").status, 0);
     }
 
     std::string message(const std::string& post = "post-1") const {
-        DemoServer::Push push;
-        push.postID = post;
-        push.channelID = "channel-1";
-        push.senderID = "alice";
-        push.isIDLoaded = true;
-        push.title = "Alice";
-        push.body = "A message";
-        return server.push(push) + '\n';
-    }
-
-private:
-    void redirect(const char* name, int flags, int descriptor) const {
-        ::dup2(::open((directory / name).c_str(), flags, 0600), descriptor);
-    }
-    std::string text(const char* name) const {
-        return std::string(Foundation::textView(Foundation::Files::read(directory / name)));
+        return server.push({.postID = post, .channelID = "channel-1", .senderID = "alice", .isIDLoaded = true,
+                            .title = "Alice", .body = "A message"}) + '\n';
     }
 };
 
@@ -122,8 +79,7 @@ TEST_F(ProgramTest, APushBecomesANotification) {
     const auto outcome = push({"--images"}, message());
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.errors, "");
-    ASSERT_EQ(outcome.lines().size(), 1U);
-    const auto line = outcome.lines()[0];
+    const auto line = outcome.lines().at(0);
     EXPECT_EQ(Foundation::textOrEmpty(line, "delivery"), "completed");
     EXPECT_EQ(line.at("donated").boolean(), true);
     EXPECT_EQ(contentText(line, "body"), "Whole text");
@@ -135,7 +91,9 @@ TEST_F(ProgramTest, APushBecomesANotification) {
 
     const auto plain = push({"--no-donations"}, message());
     EXPECT_THAT(plain.output, HasSubstr(R"("intent":null},"donated":false)"));
-    EXPECT_THAT(plain.errors, HasSubstr("default com.norvane.tessel Push: The push stays a plain notification: "));
+    const bool journalRuns = std::filesystem::exists("/run/systemd/journal/socket");
+    EXPECT_EQ(plain.errors, journalRuns ? "" : "default com.norvane.tessel Push: The push stays a plain notification: "
+                                               "The system takes no donations of interactions.\n");
     EXPECT_THAT(push({"--format", "text"}, message()).output, HasSubstr("│ ● Town Square (picture of "));
 }
 
@@ -143,16 +101,14 @@ TEST_F(ProgramTest, BadInputIsReportedByItsPlaceAndCostsNothingElse) {
     Support::writeFile(directory / "a", "\n{\"type\":\"x\"}\r\n[\"canary\"]\n{\"canary\":tru}");
     Support::writeFile(directory / "b", "{\n \"type\":\"x\",\n \"aps\":{\"alert\":\"whole\"}\n}\n");
     const std::string a = directory / "a";
-    const std::string b = directory / "b";
-    const auto outcome = push({a, "/nowhere", "-", b}, "\xff\n\n{\"aps\":{\"alert\":\"from input\"}}");
+    const auto outcome = push({a, "/nowhere", "-", directory / "b"}, "\xff\n\n{\"aps\":{\"alert\":\"from input\"}}");
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.errors, a + ":3: expected an object\n" + a + ":4: not valid JSON: an unknown literal\n" +
-                                  "/nowhere: No such file or directory\n" +
-                                  "-:1: not valid JSON: The input is not valid UTF-8\n");
+        "/nowhere: No such file or directory\n-:1: not valid JSON: The input is not valid UTF-8\n");
     std::vector<std::pair<std::int64_t, std::string>> delivered;
     for (const auto& line : outcome.lines())
         delivered.emplace_back(line.at("index").integer().value(), contentText(line, "body"));
-    EXPECT_THAT(delivered, ElementsAre(std::pair(0, ""), std::pair(4, "from input"), std::pair(5, "whole")));
+    EXPECT_THAT(delivered, testing::ElementsAre(std::pair(0, ""), std::pair(4, "from input"), std::pair(5, "whole")));
     const std::string deep = "{\"a\":" + std::string(5'000'000, '[') + std::string(5'000'000, ']') + "}";
     EXPECT_EQ(push({}, deep).errors, "-:1: not valid JSON: nested too deeply\n");
 }
@@ -160,31 +116,37 @@ TEST_F(ProgramTest, BadInputIsReportedByItsPlaceAndCostsNothingElse) {
 TEST_F(ProgramTest, AHungServerCostsNoMoreThanTheTimeLimit) {
     signIn();
     server.setBehavior(Endpoint::acknowledgement, {.isHeld = true});
-    const auto before = std::chrono::steady_clock::now();
-    const auto outcome = push({"--time-limit", "0.2", "--jobs", "8"}, message() + message() + message());
-    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(5));
-    EXPECT_EQ(outcome.status, 0);
-    ASSERT_EQ(outcome.lines().size(), 3U);
-    for (const auto& line : outcome.lines()) {
+    const auto lines = push({"--time-limit", "0.2", "--jobs", "8"}, message() + message() + message()).lines();
+    EXPECT_EQ(lines.size(), 3U);
+    for (const auto& line : lines) {
         EXPECT_EQ(Foundation::textOrEmpty(line, "delivery"), "expired");
         EXPECT_EQ(contentText(line, "body"), "A message");
-        EXPECT_EQ(contentText(line, "categoryIdentifier"), "CAN_REPLY");
     }
+    // The clock is real here, and the machine may be busy: one of a few tries has to be in time.
+    double soonest = 1e9;
+    for (int i = 0; i < 5 && soonest > 250; ++i) {
+        const std::string output = push({"--time-limit", "0.2"}, message()).output;
+        soonest = std::min(soonest, std::stod(output.substr(output.rfind("\"milliseconds\":") + 15)));
+    }
+    EXPECT_GE(soonest, 200);
+    EXPECT_LE(soonest, 250);
 }
 
-TEST_F(ProgramTest, ManyAtOnceAreEachDeliveredOnce) {
+using ProgramLongTest = ProgramTest;
+
+TEST_F(ProgramLongTest, ManyAtOnceAreEachDeliveredOnce) {
+    constexpr int count = 10'000;
     signIn();
     std::string input;
-    for (int i = 0; i < 300; ++i) input += message("post-" + std::to_string(i));
+    for (int i = 0; i < count; ++i) input += message("post-" + std::to_string(i));
+    std::set<std::int64_t> seen;
     const auto lines = push({"--jobs", "64"}, input).lines();
-    std::vector<bool> seen(300);
     for (const auto& line : lines) {
-        const auto index = static_cast<std::size_t>(line.at("index").integer().value());
-        EXPECT_FALSE(seen.at(index));
-        seen[index] = true;
+        const auto index = line.at("index").integer().value();
+        EXPECT_TRUE(seen.insert(index).second);
         EXPECT_THAT(contentText(line, "body"), HasSubstr("post-" + std::to_string(index)));
     }
-    EXPECT_EQ(lines.size(), 300U);
+    EXPECT_EQ(lines.size(), count);
 }
 
 TEST_F(ProgramTest, UnusableBundlesStopIt) {
@@ -194,14 +156,13 @@ TEST_F(ProgramTest, UnusableBundlesStopIt) {
                           std::filesystem::copy_options::recursive);
     const std::string program = copy / "Contents/MacOS/TesselMacNotificationService";
     const std::string payload = R"({"type":"message"})";
-    EXPECT_THAT(run({program}, payload).output, HasSubstr(unverified));
+    EXPECT_THAT(run({program}, payload).output, HasSubstr("We could not verify this notification with the server."));
 
     std::filesystem::rename(copy / "Contents/Resources", copy / "Resources");
     const auto withoutResources = run({program}, payload);
     EXPECT_EQ(withoutResources.status, 70);
-    EXPECT_EQ(withoutResources.errors,
+    EXPECT_EQ(withoutResources.output + withoutResources.errors,
               "ChatPush/resource_bundle_accessor: Fatal error: unable to find bundle named TesselKit_ChatPush\n");
-    EXPECT_EQ(withoutResources.output, "");
 
     Support::writeFile(copy / "Contents/Info.plist", "<plist version=\"1.0\"><dict/></plist>");
     for (const auto& outcome : {run({program}, payload), push({"--bundle", copy}, payload),
@@ -219,44 +180,22 @@ TEST_F(ProgramTest, UnusableBundlesStopIt) {
 TEST_F(ProgramTest, ExitStatuses) {
     signIn();
     const std::string url = server.url();
-    struct Row {
-        std::vector<std::string> arguments;
-        int status;
-        std::string input = "";
-    };
-    const Row rows[] = {
-        {{"server", "show", "demo-server"}, 0},
-        {{"server", "show", "other"}, 1},
-        {{"server", "remove", "http://other"}, 0},
-        {{"server", "remove", "no url"}, 2},
-        {{"server", "add", "--url", "http://h"}, 2},
-        {{"server"}, 2},
-        {{"token", "has", url}, 0},
-        {{"token", "has", url + "/"}, 1},
-        {{"token", "has", "no url"}, 2},
-        {{"token", "set", url}, 1, "\r\ntoken"},
-        {{"token", "remove", url + "/"}, 0},
-        {{"model", "nothing"}, 2},
-        {{"model"}, 2},
-        {{"--version"}, 0},
-        {{"server", "add", "--help"}, 0},
-        {{}, 2},
-        {{"push", "--jobs", "0"}, 2},
-        {{"push", "--jobs", "1025"}, 2},
-        {{"push", "--time-limit", "0"}, 2},
-        {{"push", "--time-limit", "nan"}, 2},
-        {{"push", "--format", "xml"}, 2},
-        {{"push", "--unknown"}, 2},
-        {{"push", "--help"}, 0},
-        {{"push"}, 0},
-    };
-    for (const auto& row : rows) {
-        const auto outcome = tessel(row.arguments, row.input);
-        EXPECT_EQ(outcome.status, row.status) << testing::PrintToString(row.arguments) << outcome.errors;
-        EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'),
-                  row.status == 0 || outcome.errors.empty() ? 0 : 1)
-            << outcome.errors;
+    const std::pair<std::vector<std::string>, int> rows[] = {
+        {{"server", "show", "demo-server"}, 0}, {{"server", "show", "other"}, 1},
+        {{"server", "remove", "http://other"}, 0}, {{"server", "remove", "no url"}, 2},
+        {{"server", "add", "--url", "http://h"}, 2}, {{"server"}, 2}, {{"token", "has", url}, 0},
+        {{"token", "has", url + "/"}, 1}, {{"token", "has", "no url"}, 2},
+        {{"token", "remove", url + "/"}, 0}, {{"model", "nothing"}, 2},
+        {{"model"}, 2}, {{"--version"}, 0}, {{"server", "add", "--help"}, 0}, {{}, 2}, {{"push", "--jobs", "0"}, 2},
+        {{"push", "--jobs", "1025"}, 2}, {{"push", "--time-limit", "0"}, 2}, {{"push", "--time-limit", "nan"}, 2},
+        {{"push", "--format", "xml"}, 2}, {{"push", "--unknown"}, 2}, {{"push", "--help"}, 0}, {{"push"}, 0}};
+    for (const auto& [arguments, status] : rows) {
+        const auto outcome = tessel(arguments);
+        const auto lines = std::count(outcome.errors.begin(), outcome.errors.end(), '\n');
+        EXPECT_EQ(outcome.status, status) << testing::PrintToString(arguments) << outcome.errors;
+        EXPECT_EQ(lines, status == 0 || outcome.errors.empty() ? 0 : 1) << outcome.errors;
     }
+    EXPECT_EQ(tessel({"token", "set", url}, "\r\ntoken").status, 1);
     Support::writeFile(directory / "containers/group.com.norvane.tessel/Library/Servers/damaged.json", "{");
     EXPECT_EQ(tessel({"server", "list"}).status, 3);
     EXPECT_EQ(tessel({"server", "show", "demo-server"}).status, 0);
@@ -277,56 +216,49 @@ TEST_F(ProgramTest, SecretsAreNeitherLoggedNorPrinted) {
         seen += push({}, message()).errors;
     }
     seen += tessel({"server", "list"}).output + tessel({"token", "has", server.url()}).output;
+    // Arguments in the wrong place are not repeated: one might be a secret.
+    seen += tessel({"token", "set", server.url(), "canary-text"}).errors;
+    seen += tessel({"token", "set", server.url(), "--token=canary-text"}).errors;
+    seen += tessel({"server", "remove", "http://me:canary-text@h /"}).errors;
     seen += tessel({"model", "verify"}, R"({"token":"canary-text","publicKey":["canary-text"]})").output;
-    EXPECT_THAT(seen, Not(HasSubstr("canary-text")));
-    EXPECT_THAT(seen, Not(HasSubstr(server.options().sessionToken)));
+    EXPECT_THAT(seen, testing::Not(HasSubstr("canary-text")));
+    EXPECT_THAT(seen, testing::Not(HasSubstr(server.options().sessionToken)));
 }
 
 TEST_F(ProgramTest, TheModelsOperationsOnPushes) {
-    struct Row {
-        const char* operation;
-        std::string input;
-        std::string output;
-    };
     const auto& key = server.options().key;
-    const std::string verified = R"(","publicKey":")" + key.publicKey() + R"(","ackID":"a","deviceToken":"d"})";
-    const Row rows[] = {
-        {"push-payload", R"({"type":"other"})", "null"},
-        {"push-payload", "[]", R"({"error":"expected an object"})"},
+    const std::tuple<const char*, std::string, std::string> rows[] = {
         {"push-payload", R"({"type":"clear","post_id":"p","is_crt_enabled":1,"aps":{"badge":4.0}})",
          R"({"kind":"clear","serverID":"","serverURL":null,"ackID":"","signature":null,"postID":"p","channelID":"",)"
          R"("rootID":"","teamID":"","senderID":"","senderName":"","channelName":"","overrideUsername":"",)"
          R"("overrideIconURL":null,"isFromWebhook":false,"isCollapsedThreads":true,"isIDLoaded":false,"badge":4,)"
          R"("subType":"","isVerified":true,"threadRootID":"p","conversationID":""})"},
         {"push-is-shown", R"({"payload":{"type":"message","channel_id":"c"},"channelID":"c","threadID":null})", "true"},
-        {"push-is-shown", R"({"payload":{"type":"none"}})", R"({"error":"payload: no push payload: \"type\" names no kind"})"},
-        {"push-is-cleared", R"({"payload":{"type":"message","channel_id":"c"},"clear":{"type":"clear","channel_id":"c"}})",
-         "true"},
-        {"verify", R"({"token":")" + key.token("a", "d") + verified, R"("ok")"},
-        {"verify", R"({"token":")" + key.token("b", "d") + verified, R"("ackIDMismatch")"},
-        {"verify", R"({"token":5})", R"({"error":"token: expected a text"})"},
-        {"avatar-url", R"({"payload":{"type":"message","sender_id":"a b"},"server":"http://h/x/"})",
-         R"("http://h/x/api/v4/users/a%20b/image")"},
-        {"avatar-url", R"({"payload":{"type":"message"},"server":"http://h"})", "null"},
+        {"push-is-cleared", R"({"payload":{"type":"message","root_id":"r"},"clear":{"type":"clear","root_id":"r",)"
+                            R"("is_crt_enabled":true}})", "true"},
+        {"verify", R"({"token":")" + key.token("a", "d") + R"(","publicKey":")" + key.publicKey() +
+                       R"(","ackID":"a","deviceToken":"d"})", R"("ok")"},
+        {"avatar-url", R"({"payload":{"type":"message","sender_id":"u"},"server":"http://h/x/"})",
+         R"("http://h/x/api/v4/users/u/image")"},
         {"avatar-url", R"({"payload":{"type":"message"},"server":"a b"})", R"({"error":"server: expected a URL"})"},
         {"content-unverified", R"({"content":{"title":"t"},"text":"x"})",
          R"({"title":"","subtitle":"","body":"x","threadIdentifier":"","categoryIdentifier":"","badge":null,)"
          R"("sound":null,"userInfo":{"verified":"false"},"intent":null})"},
-        {"content-configure", R"({"content":{}})", R"({"error":"content.userInfo: no push payload: \"type\" names no kind"})"},
+        {"content-configure", R"({"content":{}})",
+         R"({"error":"content.userInfo: no push payload: \"type\" names no kind"})"},
         {"content-apply", R"({"content":{"title":"t"},"message":{"sender_id":5}})",
          R"({"error":"message.sender_id: expected a text"})"},
         {"content-apply", R"({"content":{"title":"t"}})", R"({"error":"message: missing"})"},
         {"intent", R"({"payload":{"type":"message","sender_id":"u"},"content":{"body":"b"},"avatarBytes":0})",
          R"({"sender":{"handle":"u","displayName":"","customIdentifier":"u","imageBytes":0},)"
-         R"("conversationIdentifier":"","content":"b","outgoingMessageType":"text"})"},
-    };
-    for (const auto& row : rows) {
-        const auto outcome = tessel({"model", row.operation}, row.input + "\r\n \n");
-        EXPECT_EQ(outcome.output, row.output + '\n') << row.operation << row.input;
-        EXPECT_EQ(outcome.status, row.output.starts_with("{\"error\"") ? 1 : 0);
+         R"("conversationIdentifier":"","content":"b","outgoingMessageType":"text"})"}};
+    for (const auto& [operation, input, output] : rows) {
+        const auto outcome = tessel({"model", operation}, input + "\r\n \n");
+        EXPECT_EQ(outcome.output, output + '\n') << operation << input;
+        EXPECT_EQ(outcome.status, output.starts_with("{\"error\"") ? 1 : 0);
     }
-    EXPECT_EQ(tessel({"model", "push-payload"}, "nope\n{\"type\":\"other\"}\n").output,
-              "{\"error\":\"not valid JSON: an unknown literal\"}\nnull\n");
+    EXPECT_EQ(tessel({"model", "push-payload"}, "nope\n[]\n{\"type\":\"other\"}\n").output,
+              "{\"error\":\"not valid JSON: an unknown literal\"}\n{\"error\":\"expected an object\"}\nnull\n");
 }
 
 }  // namespace
