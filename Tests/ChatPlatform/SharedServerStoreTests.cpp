@@ -73,15 +73,9 @@ TEST(SharedServer, DamageIsNamed) {
         {R"({"url":"h","serverID":null,"signingKey":"","userID":"","deviceToken":""})", "serverID"},
         {R"({"url":"h","serverID":"t","signingKey":"","userID":5,"deviceToken":""})", "userID"},
         {R"({"url":"http://h","serverID":"t","signingKey":"","userID":""})", "deviceToken"}, {"", ""}};
-    for (const auto& [text, path] : rows) {
-        SCOPED_TRACE(text);
-        try {
-            (void)SharedServer::fromJSON(text);
-            ADD_FAILURE();
-        } catch (const DecodingError& error) {
-            EXPECT_EQ(error.path(), path);
-        }
-    }
+    for (const auto& [text, path] : rows)
+        EXPECT_THAT([json = text] { (void)SharedServer::fromJSON(json); },
+                    testing::Throws<DecodingError>(testing::Property(&DecodingError::path, path))) << text;
 }
 
 TEST_F(SharedServerStoreTest, AnIdentifierStandsInThePathAsItIs) {

@@ -58,12 +58,8 @@ TEST_F(PushAckTest, OnlyContentThatWasAskedForIsRead) {
 TEST_F(PushAckTest, StatusesAndAnswersThatFail) {
     for (const int status : {199, 300, 401, 500}) {
         session->answer(status, R"({"message":"text"})");
-        try {
-            (void)ack.send(push(idLoaded), {0});
-            ADD_FAILURE() << status;
-        } catch (const PushAck::Failure& failure) {
-            EXPECT_EQ(failure.statusCode(), status);
-        }
+        EXPECT_THAT([&] { (void)ack.send(push(idLoaded), {0}); },
+                    testing::Throws<PushAck::Failure>(testing::Property(&PushAck::Failure::statusCode, status)));
     }
     session->answer(299, "{}");
     EXPECT_EQ(ack.send(push(idLoaded), {0}), PushAck::Message());

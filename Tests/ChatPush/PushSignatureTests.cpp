@@ -51,25 +51,21 @@ TEST(PushSignature, TheFirstFailingCheckDecides) {
         {"ok", {outcome(token()), outcome(token(R"({"alg":"ES256"})"))}},
         // the pieces, before the key
         {"malformed", {outcome(""), outcome("a.b", "?"), outcome(token() + ".", "?"), outcome(with(0, "="), "?"),
-                       outcome(with(1, "a"), "?"), outcome(with(2, "a!bc"), "?"),
-                       outcome(with(1, encoded(claims) + "\n"), "?")}},
+         outcome(with(1, "a"), "?"), outcome(with(2, "a!bc"), "?"), outcome(with(1, encoded(claims) + "\n"), "?")}},
         // the key, before the header
         {"invalidKey", {outcome("..", "?"), outcome(with(0, "bm8"), "?"), outcome(token(), urlKey),
-                        outcome(token(), good + "="), outcome(token(), "")}},
+         outcome(token(), good + "="), outcome(token(), "")}},
         // the header, before the signature
         {"unsupportedAlgorithm", {outcome(with(0, "bm8") + "AAAA"), outcome(with(0, "")),
-                                  outcome(token(R"({"alg":"es256"})")), outcome(token(R"({"alg":"none"})")),
-                                  outcome(token(R"({"alg":5})")), outcome(token(R"({"typ":"JWT"})")),
-                                  outcome(token(R"(["ES256"])"))}},
+         outcome(token(R"({"alg":"es256"})")), outcome(token(R"({"alg":"none"})")), outcome(token(R"({"alg":5})")),
+         outcome(token(R"({"typ":"JWT"})")), outcome(token(R"(["ES256"])"))}},
         // the signature, before the claims
-        {"invalidSignature", {outcome(with(2, "")), outcome(with(2, signature + "AAAA")),
-                              outcome(with(1, encoded("no claims"))),
-                              outcome(with(1, encoded(R"({"ack_id":"ack","device_id":"device"})"))),
-                              outcome(token(), foreign)}},
+        {"invalidSignature", {outcome(with(2, "")), outcome(with(2, signature + "AAAA")), outcome(token(), foreign),
+         outcome(with(1, encoded("no claims"))), outcome(with(1, encoded(R"({"ack_id":"ack","device_id":"device"})")))}},
         // the claims, the push before the device
         {"malformed", {outcome(key().sign(header, "")), outcome(token(header, R"({"ack_id":"ack"})")),
-                       outcome(token(header, R"({"ack_id":"ack","device_id":5})")),
-                       outcome(token(header, R"({"ack_id":null,"device_id":"device"})"))}},
+         outcome(token(header, R"({"ack_id":"ack","device_id":5})")),
+         outcome(token(header, R"({"ack_id":null,"device_id":"device"})"))}},
         {"ackIDMismatch", {outcome(token(), good, "other", "other"), outcome(token(), good, "ACK")}},
         {"deviceMismatch", {outcome(token(), good, "ack", "other"), outcome(token(), good, "ack", "device ")}}};
     for (const auto& row : rows)

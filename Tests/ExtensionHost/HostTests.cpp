@@ -11,7 +11,7 @@ using namespace UserNotifications;
 
 namespace {
 
-UNNotificationContent titled(const std::string& title) { return UNNotificationContent({title, "", "", "", "", {}, {}, {}}); }
+auto titled(const std::string& title) { return UNNotificationContent({title, "", "", "", "", {}, {}, {}}); }
 
 /// An extension that does what a test says.
 class Scripted final : public Host::Service {
@@ -129,9 +129,7 @@ TEST_F(HostTest, TasksThatOutliveTheirRequestsAreBounded) {
     const auto running = finished(Host::maximumLateTasks);
     auto next = std::async(std::launch::async, [&] { return running->receive(push(Host::maximumLateTasks)); });
     EXPECT_EQ(next.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
-    std::shared_ptr<Host::Service> ending;
-    ending.swap(tasks[0]);
-    ending.reset();
+    (void)std::exchange(tasks[0], nullptr);  // the task ends behind the access to `tasks`, which the next one shares
     EXPECT_TRUE(next.get());
 }
 

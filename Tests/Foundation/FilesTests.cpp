@@ -64,16 +64,9 @@ TEST(Files, SayWhatIsWrong) {
         {[&] { put(directory.path(), ""); }, Code::fileWriteUnknown, EISDIR},
         {[&] { Files::createDirectory(file); }, Code::fileWriteUnknown, EEXIST},
         {[&] { Files::createDirectory(cut); }, Code::fileWriteInvalidFileName, EINVAL}};
-    for (int row = 0; const auto& [operation, code, posixCode] : rows) {
-        SCOPED_TRACE(row++);
-        try {
-            operation();
-            ADD_FAILURE() << "it succeeded";
-        } catch (const CocoaError& error) {
-            EXPECT_EQ(error.code(), code);
-            EXPECT_EQ(error.posixCode(), posixCode);
-        }
-    }
+    for (int row = 0; const auto& [operation, code, posixCode] : rows)
+        EXPECT_THAT(operation, testing::Throws<CocoaError>(testing::AllOf(
+            testing::Property(&CocoaError::code, code), testing::Property(&CocoaError::posixCode, posixCode)))) << row++;
     EXPECT_TRUE(Files::exists(file) && !Files::exists(cut));
     EXPECT_THAT(Files::names(directory.path()), testing::ElementsAre("file"));
 }

@@ -47,9 +47,10 @@ TEST(URL, ReadsReferencesAndKeepsTheirSpelling) {
 
 TEST(URL, AppendsAPathBehindItsOwn) {
     const std::tuple<const char*, const char*, const char*> rows[] = {
-        {"https://h", "a/b", "https://h/a/b"}, {"https://h/", "a", "https://h/a"}, {"https://h/p", "/a", "https://h/p/a"},
-        {"https://h/p/", "/a", "https://h/p/a"}, {"https://h/p?q=/#f/", "a", "https://h/p/a?q=/#f/"}, {"p", "a", "p/a"},
-        {"https://h?q", "a", "https://h/a?q"}, {"https://h#f", "a", "https://h/a#f"}, {"https://", "a", "https:///a"},
+        {"https://h", "a/b", "https://h/a/b"}, {"https://h/", "a", "https://h/a"}, {"p", "a", "p/a"},
+        {"https://h/p", "/a", "https://h/p/a"}, {"https://h/p/", "/a", "https://h/p/a"},
+        {"https://h/p?q=/#f/", "a", "https://h/p/a?q=/#f/"}, {"https://h?q", "a", "https://h/a?q"},
+        {"https://h#f", "a", "https://h/a#f"}, {"https://", "a", "https:///a"},
         {"https://h", "a ?#%\u00E9[/../.", "https://h/a%20%3F%23%25%C3%A9%5B/../."}};
     for (const auto& [url, path, expected] : rows)
         EXPECT_EQ(URL::parse(url)->appending(path).absoluteString(), expected) << url;

@@ -104,8 +104,7 @@ TEST(SecItemStatus, tellsAnUnknownKindOfStore) {
     for (const char* kind : {"file:", "/keychain", "FILE:/keychain"}) {
         ::setenv("TESSEL_KEYCHAIN", kind, 1);
         EXPECT_THAT(SecItemCopyMatching(item), isStatus(errSecParam)) << kind;
-        EXPECT_THAT((std::vector{SecItemUpdate(item, {}), SecItemAdd(item, {}), SecItemDelete(item)}),
-                    Each(errSecParam));
+        EXPECT_THAT((std::vector{SecItemUpdate(item, {}), SecItemAdd(item, {}), SecItemDelete(item)}), Each(errSecParam));
     }
     EXPECT_EQ(SecCopyErrorMessageString(errSecItemNotFound), "The specified item could not be found in the keychain.");
     EXPECT_EQ(SecCopyErrorMessageString(-1), std::nullopt);
