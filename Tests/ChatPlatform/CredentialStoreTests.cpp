@@ -5,16 +5,14 @@
 #include "ChatPlatform/Keychain.h"
 #include "Support/Support.h"
 
-using ChatPlatform::CredentialStore;
-using Foundation::Data;
-using Foundation::URL;
+using namespace ChatPlatform;
+using namespace Foundation;
 using Location = CredentialStore::Location;
 
 namespace {
 
 /// A keychain in memory, which writes down what it is asked for and fails where it is told to.
-class Items final : public ChatPlatform::KeychainItems {
-public:
+struct Items final : KeychainItems {
     mutable std::map<std::string, Data> stored;  // by service and account
     mutable std::vector<std::string> calls;
     std::string failing;  // a call
@@ -33,7 +31,6 @@ public:
         stored.erase(location.service + ' ' + account);
     }
 
-private:
     void note(const std::string& call) const {
         calls.push_back(call);
         if (call == failing) throw CredentialStore::Failure(-25293);
@@ -49,7 +46,7 @@ struct CredentialStoreTest : testing::Test {
 };
 
 TEST_F(CredentialStoreTest, MovesAnOldToken) {
-    items->stored[old] = Foundation::bytes("token");
+    items->stored[old] = bytes("token");
     EXPECT_EQ(store.token(server), "token");
     EXPECT_EQ(store.token(server), "token");
     EXPECT_THAT(items->calls, testing::ElementsAre("read new", "read old", "write new", "remove old", "read new"));
@@ -58,7 +55,7 @@ TEST_F(CredentialStoreTest, MovesAnOldToken) {
 TEST_F(CredentialStoreTest, AFailureInTheMoveLosesNothing) {
     for (const char* call : {"read new", "read old", "write new", "remove old"}) {
         SCOPED_TRACE(call);
-        items->stored = {{old, Foundation::bytes("token")}};
+        items->stored = {{old, bytes("token")}};
         items->failing = call;
         EXPECT_THROW(store.token(server), CredentialStore::Failure);
         items->failing.clear();
@@ -67,7 +64,7 @@ TEST_F(CredentialStoreTest, AFailureInTheMoveLosesNothing) {
 }
 
 TEST_F(CredentialStoreTest, SettingAndRemoving) {
-    items->stored[old] = Foundation::bytes("old token");
+    items->stored[old] = bytes("old token");
     store.setToken("new token", server);
     EXPECT_EQ(store.token(server), "new token");
     EXPECT_FALSE(store.token(*URL::parse("https://chat.example/")));

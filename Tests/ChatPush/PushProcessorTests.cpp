@@ -30,7 +30,6 @@ TEST_F(PushProcessorTest, AMessageWhoseTextComesFromTheServer) {
     ASSERT_EQ(updates.size(), 2U);
     EXPECT_EQ(updates[0].body + updates[0].title, before.body + before.title);
     EXPECT_EQ(updates[0].threadIdentifier, "channel-1");
-    EXPECT_EQ(updates[0].categoryIdentifier, "CAN_REPLY");
     EXPECT_EQ(Foundation::textOrEmpty(updates[0].userInfo, "server_url"), server.url());
     EXPECT_EQ(updates[1], delivered.mutableCopy());
     EXPECT_EQ(delivered.body(), "Hello from Alice");

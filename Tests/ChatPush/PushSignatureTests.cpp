@@ -35,8 +35,7 @@ std::string token(std::string_view head = header, std::string_view body = claims
 
 /// The pieces of a good token, one of them replaced.
 std::string with(std::size_t piece, const std::string& text) {
-    std::string pieces[] = {encoded(header), encoded(claims), {}};
-    pieces[2] = token().substr(token().rfind('.') + 1);
+    std::string pieces[] = {encoded(header), encoded(claims), token().substr(token().rfind('.') + 1)};
     pieces[piece] = text;
     return pieces[0] + '.' + pieces[1] + '.' + pieces[2];
 }
@@ -61,7 +60,7 @@ TEST(PushSignature, TheFirstFailingCheckDecides) {
          outcome(token(R"({"typ":"JWT"})")), outcome(token(R"(["ES256"])"))}},
         // the signature, before the claims
         {"invalidSignature", {outcome(with(2, "")), outcome(with(2, signature + "AAAA")), outcome(token(), foreign),
-         outcome(with(1, encoded("no claims"))), outcome(with(1, encoded(R"({"ack_id":"ack","device_id":"device"})")))}},
+         outcome(with(1, "bm8")), outcome(with(1, encoded(R"({"ack_id":"ack","device_id":"device"})")))}},
         // the claims, the push before the device
         {"malformed", {outcome(key().sign(header, "")), outcome(token(header, R"({"ack_id":"ack"})")),
          outcome(token(header, R"({"ack_id":"ack","device_id":5})")),
@@ -96,7 +95,6 @@ TEST(PushSignature, IdentifiersAreEqualCharacterByCharacter) {
     const std::string composed = token(header, R"({"ack_id":"caf\u00e9","device_id":"device"})");
     EXPECT_EQ(outcome(composed, key().publicKey(), "cafe\u0301"), "ok");
     EXPECT_EQ(outcome(composed, key().publicKey(), "cafe"), "ackIDMismatch");
-    EXPECT_EQ(outcome(token(header, R"({"ack_id":"\u212a","device_id":"device"})"), key().publicKey(), "K"), "ok");
 }
 
 }  // namespace

@@ -63,10 +63,9 @@ TEST(ECDSASignature, IsVerified) {
     const std::string leadingZeros = "00609156172D9C67B2903AF7DF5A3EDFFE6B3D20C21A1AD00FB4EE704CEA5B45"
                                      "00A5F9B351CF33F9A948F6175A4486F0BFD69D9D236689357EE71EF28010F74E";
     const std::tuple<std::string, const char*, bool> rows[] = {
-        {r + s, "sample", true}, {published, "test", true}, {leadingZeros, "sample", true},
-        {r + s, "sample2", false}, {s + r, "sample", false}, {zero + s, "sample", false},
-        {r + zero, "sample", false}, {zero + zero, "sample", false}, {order + s, "sample", false},
-        {r + order, "sample", false}};
+        {r + s, "sample", true}, {published, "test", true}, {leadingZeros, "sample", true}, {r + s, "sample2", false},
+        {s + r, "sample", false}, {zero + s, "sample", false}, {r + zero, "sample", false},
+        {zero + zero, "sample", false}, {order + s, "sample", false}, {r + order, "sample", false}};
     const PublicKey publicKey(hex(key));
     for (const auto& [signature, text, isValid] : rows)
         EXPECT_EQ(publicKey.isValidSignature(ECDSASignature(hex(signature)), text), isValid) << signature;

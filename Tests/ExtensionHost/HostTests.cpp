@@ -14,20 +14,17 @@ namespace {
 auto titled(const std::string& title) { return UNNotificationContent({title, "", "", "", "", {}, {}, {}}); }
 
 /// An extension that does what a test says.
-class Scripted final : public Host::Service {
-public:
+struct Scripted final : Host::Service {
     using Script = std::function<void(Scripted&, const UNNotificationRequest&, const ContentHandler&)>;
 
-    explicit Scripted(Script script) : script_(std::move(script)) {}
+    explicit Scripted(Script toPlay) : script(std::move(toPlay)) {}
+    Script script;
     std::function<void()> onExpire = [] {};
 
     void didReceive(const UNNotificationRequest& request, ContentHandler handler) override {
-        script_(*this, request, handler);
+        script(*this, request, handler);
     }
     void serviceExtensionTimeWillExpire() override { onExpire(); }
-
-private:
-    Script script_;
 };
 
 Push push(std::size_t index) { return {index, Support::dictionary(R"({"aps":{"alert":"own"}})")}; }
@@ -129,7 +126,8 @@ TEST_F(HostTest, TasksThatOutliveTheirRequestsAreBounded) {
     const auto running = finished(Host::maximumLateTasks);
     auto next = std::async(std::launch::async, [&] { return running->receive(push(Host::maximumLateTasks)); });
     EXPECT_EQ(next.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
-    (void)std::exchange(tasks[0], nullptr);  // the task ends behind the access to `tasks`, which the next one shares
+    // The task ends behind the access to the list, which the next one is put into.
+    (void)std::exchange(tasks[0], nullptr);
     EXPECT_TRUE(next.get());
 }
 

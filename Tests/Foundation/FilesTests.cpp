@@ -64,9 +64,12 @@ TEST(Files, SayWhatIsWrong) {
         {[&] { put(directory.path(), ""); }, Code::fileWriteUnknown, EISDIR},
         {[&] { Files::createDirectory(file); }, Code::fileWriteUnknown, EEXIST},
         {[&] { Files::createDirectory(cut); }, Code::fileWriteInvalidFileName, EINVAL}};
-    for (int row = 0; const auto& [operation, code, posixCode] : rows)
-        EXPECT_THAT(operation, testing::Throws<CocoaError>(testing::AllOf(
-            testing::Property(&CocoaError::code, code), testing::Property(&CocoaError::posixCode, posixCode)))) << row++;
+    for (int row = 0; const auto& [operation, code, posixCode] : rows) {
+        SCOPED_TRACE(row++);
+        const auto isTheCode = testing::Property(&CocoaError::code, code);
+        const auto isThePosixCode = testing::Property(&CocoaError::posixCode, posixCode);
+        EXPECT_THAT(operation, testing::Throws<CocoaError>(testing::AllOf(isTheCode, isThePosixCode)));
+    }
     EXPECT_TRUE(Files::exists(file) && !Files::exists(cut));
     EXPECT_THAT(Files::names(directory.path()), testing::ElementsAre("file"));
 }

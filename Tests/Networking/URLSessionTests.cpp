@@ -16,8 +16,7 @@ using Headers = std::vector<std::pair<std::string, std::string>>;
 
 namespace {
 
-class CurlSessionTest : public testing::Test {
-protected:
+struct CurlSessionTest : testing::Test {
     CurlSessionTest() { ::setenv("no_proxy", "*", 1); }
 
     /// The answer's status, or the error's code, which is negative. A POST has a body and the token.
