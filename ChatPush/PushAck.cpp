@@ -1,7 +1,6 @@
 #include "ChatPush/PushAck.h"
 
 #include <cstdint>
-#include <utility>
 
 #include "Foundation/FatalError.h"
 #include "Foundation/JSONCoding.h"

@@ -9,15 +9,14 @@
 
 #include "Bundle/Locale.h"
 #include "Foundation/Files.h"
+#include "Foundation/Releaser.h"
 
 namespace Foundation {
 
 namespace {
 
-/// The C library's strings are ours to free.
-struct Freed {
-    void operator()(char* text) const { std::free(text); }
-};
+/// The library's strings are ours to free.
+using Text = std::unique_ptr<char, Releaser<::free>>;
 
 PropertyList converted(plist_t node);
 
@@ -30,7 +29,7 @@ Dictionary convertedDictionary(plist_t node) {
         plist_t value = nullptr;
         plist_dict_next_item(node, iterator, &key, &value);
         if (value == nullptr) break;
-        const std::unique_ptr<char, Freed> owned(key);
+        const Text owned(key);
         dictionary.insert_or_assign(key, converted(value));
     }
     std::free(iterator);
@@ -58,14 +57,14 @@ PropertyList converted(plist_t node) {
         case PLIST_STRING: {
             char* text = nullptr;
             plist_get_string_val(node, &text);
-            const std::unique_ptr<char, Freed> owned(text);
+            const Text owned(text);
             return text == nullptr ? PropertyList() : PropertyList(text);
         }
         case PLIST_DATA: {
             char* bytes = nullptr;
             std::uint64_t length = 0;
             plist_get_data_val(node, &bytes, &length);
-            const std::unique_ptr<char, Freed> owned(bytes);
+            const Text owned(bytes);
             return Data(bytes, bytes + length);
         }
         case PLIST_ARRAY: {
@@ -94,7 +93,7 @@ Dictionary dictionaryIn(const std::filesystem::path& file) {
     plist_t root = nullptr;
     plist_from_memory(reinterpret_cast<const char*>(data.data()), static_cast<std::uint32_t>(data.size()), &root);
     if (root == nullptr) return {};
-    const std::unique_ptr<void, decltype(&plist_free)> owned(root, plist_free);
+    const std::unique_ptr<void, Releaser<plist_free>> owned(root);
     return plist_get_node_type(root) == PLIST_DICT ? convertedDictionary(root) : Dictionary();
 }
 

@@ -4,22 +4,20 @@
 #include <memory>
 #include <new>
 
-#include <openssl/ec.h>
+#include <openssl/core_names.h>
 #include <openssl/err.h>
 #include <openssl/evp.h>
+#include <openssl/params.h>
+
+#include "Foundation/Releaser.h"
 
 namespace CryptoKit::P256::Signing {
 
 namespace {
 
-template <auto release>
-struct Releaser {
-    template <class T>
-    void operator()(T* object) const {
-        release(object);
-    }
-};
+using Foundation::Releaser;
 using KeyPointer = std::unique_ptr<EVP_PKEY, Releaser<EVP_PKEY_free>>;
+using ContextPointer = std::unique_ptr<EVP_PKEY_CTX, Releaser<EVP_PKEY_CTX_free>>;
 using DigestPointer = std::unique_ptr<EVP_MD_CTX, Releaser<EVP_MD_CTX_free>>;
 
 /// What stands in front of the 65 bytes of an uncompressed P-256 point in its SubjectPublicKeyInfo. These bytes are
@@ -37,8 +35,18 @@ struct CleanErrors {
 };
 
 /// A key that has the curve and nothing else: copying its parameters is far cheaper than naming the curve anew.
+/// Null where OpenSSL has no such curve; no key is then one of it.
 const EVP_PKEY* curve() {
-    static const EVP_PKEY* const key = EVP_EC_gen("P-256");
+    static const EVP_PKEY* const key = [] {
+        EVP_PKEY* made = nullptr;
+        std::array<char, 6> name = {"P-256"};
+        OSSL_PARAM parameters[] = {OSSL_PARAM_construct_utf8_string(OSSL_PKEY_PARAM_GROUP_NAME, name.data(), 0),
+                                   OSSL_PARAM_construct_end()};
+        const ContextPointer context(EVP_PKEY_CTX_new_from_name(nullptr, "EC", nullptr));
+        if (context && EVP_PKEY_fromdata_init(context.get()) == 1)
+            EVP_PKEY_fromdata(context.get(), &made, EVP_PKEY_KEY_PARAMETERS, parameters);
+        return made;
+    }();
     return key;
 }
 
@@ -79,7 +87,7 @@ PublicKey::PublicKey(const Foundation::Data& derRepresentation) {
         throw CryptoKitError();
     KeyPointer key(EVP_PKEY_new());
     if (!key) throw std::bad_alloc();
-    if (EVP_PKEY_copy_parameters(key.get(), curve()) != 1 ||
+    if (curve() == nullptr || EVP_PKEY_copy_parameters(key.get(), curve()) != 1 ||
         EVP_PKEY_set1_encoded_public_key(key.get(), derRepresentation.data() + prefix.size(), pointLength) != 1)
         throw CryptoKitError();
     key_ = std::make_unique<Key>(std::move(key));

@@ -6,7 +6,6 @@
 #include <mutex>
 #include <set>
 #include <string>
-#include <thread>
 #include <utility>
 
 #include "ExtensionHost/ContentJSON.h"

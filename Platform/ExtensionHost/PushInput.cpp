@@ -18,12 +18,6 @@ namespace {
 
 constexpr const char* standardInput = "-";
 
-Dictionary payloadIn(std::string_view text) {
-    Dictionary payload;
-    Foundation::parseJSON(text, [&](Foundation::JSONReader& reader) { payload = readDictionary(reader); });
-    return payload;
-}
-
 bool isBlank(std::string_view line) {
     return line.find_first_not_of(" \t\r\n") == std::string_view::npos;
 }
@@ -33,7 +27,7 @@ std::optional<Dictionary> wholePayload(std::string_view text) {
     const std::size_t firstEnd = text.find('\n', std::min(text.find_first_not_of(" \t\r\n"), text.size()));
     if (firstEnd == std::string_view::npos || isBlank(text.substr(firstEnd))) return std::nullopt;
     try {
-        return payloadIn(text);
+        return Foundation::parseDictionary(text);
     } catch (const DecodingError&) {
         return std::nullopt;  // then it is read line by line, and each line speaks for itself
     }
@@ -85,7 +79,7 @@ bool PushInput::readLine(const std::string& file, std::size_t number, std::strin
     if (isBlank(line)) return true;
     const std::size_t index = index_++;
     try {
-        return take({index, payloadIn(line)});
+        return take({index, Foundation::parseDictionary(line)});
     } catch (const DecodingError& error) {
         report(file + ':' + std::to_string(number), error.description());
         return true;

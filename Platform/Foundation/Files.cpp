@@ -1,6 +1,5 @@
 #include "Foundation/Files.h"
 
-#include <array>
 #include <cerrno>
 #include <utility>
 

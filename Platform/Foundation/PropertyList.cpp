@@ -89,6 +89,12 @@ Dictionary readDictionary(JSONReader& reader) {
     return dictionary;
 }
 
+Dictionary parseDictionary(std::string_view json) {
+    Dictionary dictionary;
+    parseJSON(json, [&](JSONReader& reader) { dictionary = readDictionary(reader); });
+    return dictionary;
+}
+
 void write(JSONWriter& writer, const Dictionary& dictionary) {
     writer.beginObject();
     for (const auto& [key, value] : dictionary)

@@ -64,6 +64,9 @@ using Dictionary = PropertyList::Dictionary;
 /// Reads a JSON object. Throws `DecodingError` for any other kind.
 Dictionary readDictionary(JSONReader& reader);
 
+/// The dictionary in a JSON text. Throws `DecodingError`.
+Dictionary parseDictionary(std::string_view json);
+
 /// Writes a dictionary as a JSON object.
 void write(JSONWriter& writer, const Dictionary& dictionary);
 

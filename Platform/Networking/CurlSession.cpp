@@ -11,6 +11,7 @@
 #include <curl/curl.h>
 
 #include "Foundation/GroupContainer.h"
+#include "Foundation/Releaser.h"
 
 namespace Foundation {
 
@@ -18,10 +19,7 @@ namespace {
 
 using Code = URLError::Code;
 
-struct ListDeleter {
-    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
-};
-using HeaderList = std::unique_ptr<curl_slist, ListDeleter>;
+using HeaderList = std::unique_ptr<curl_slist, Releaser<curl_slist_free_all>>;
 
 using Clock = std::chrono::steady_clock;
 

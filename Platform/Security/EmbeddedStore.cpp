@@ -3,11 +3,12 @@
 #include <cerrno>
 #include <memory>
 #include <new>
-#include <string_view>
 #include <utility>
 
 #include <sqlite3.h>
 #include <sys/stat.h>
+
+#include "Foundation/Releaser.h"
 
 namespace Security {
 
@@ -31,12 +32,8 @@ constexpr const char* insertItem =
 constexpr const char* deleteItems = "DELETE FROM items" TESSEL_MATCHING;
 #undef TESSEL_MATCHING
 
-struct Closer {
-    void operator()(sqlite3* database) const { sqlite3_close(database); }
-    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-};
-using Database = std::unique_ptr<sqlite3, Closer>;
-using Statement = std::unique_ptr<sqlite3_stmt, Closer>;
+using Database = std::unique_ptr<sqlite3, Foundation::Releaser<sqlite3_close>>;
+using Statement = std::unique_ptr<sqlite3_stmt, Foundation::Releaser<sqlite3_finalize>>;
 
 OSStatus statusForErrno(int error) {
     return error == EACCES || error == EPERM ? errSecAuthFailed : errSecIO;

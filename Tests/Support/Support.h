@@ -57,11 +57,7 @@ inline unsigned mode(const std::filesystem::path& file) {
 }
 
 /// The dictionary in a JSON object.
-inline Foundation::Dictionary dictionary(std::string_view json) {
-    Foundation::Dictionary result;
-    Foundation::parseJSON(json, [&](Foundation::JSONReader& reader) { result = readDictionary(reader); });
-    return result;
-}
+inline Foundation::Dictionary dictionary(std::string_view json) { return Foundation::parseDictionary(json); }
 
 inline std::string json(const Foundation::Dictionary& dictionary) {
     Foundation::JSONWriter writer;

@@ -1,7 +1,5 @@
 #include "DemoServer/Samples.h"
 
-#include <utility>
-
 namespace DemoServer {
 
 namespace {

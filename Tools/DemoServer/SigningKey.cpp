@@ -12,6 +12,7 @@
 #include "Foundation/Base64.h"
 #include "Foundation/Files.h"
 #include "Foundation/JSONWriter.h"
+#include "Foundation/Releaser.h"
 
 namespace DemoServer {
 
@@ -19,13 +20,7 @@ using Foundation::Data;
 
 namespace {
 
-template <auto release>
-struct Releaser {
-    template <class T>
-    void operator()(T* object) const {
-        release(object);
-    }
-};
+using Foundation::Releaser;
 using DigestPointer = std::unique_ptr<EVP_MD_CTX, Releaser<EVP_MD_CTX_free>>;
 using SignaturePointer = std::unique_ptr<ECDSA_SIG, Releaser<ECDSA_SIG_free>>;
 using StreamPointer = std::unique_ptr<BIO, Releaser<BIO_free_all>>;

@@ -30,9 +30,7 @@ std::optional<std::string> spelling(const std::optional<Foundation::URL>& url) {
 }
 
 Dictionary dictionaryIn(const Members& members, const std::string& key) {
-    Dictionary dictionary;
-    members.read(key, [&](JSONReader& value) { dictionary = readDictionary(value); });
-    return dictionary;
+    return members.decoded(key, Foundation::parseDictionary);
 }
 
 PushPayload payloadFrom(const Dictionary& userInfo, const std::string& place) {

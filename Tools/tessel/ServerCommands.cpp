@@ -3,7 +3,6 @@
 #include <exception>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <system_error>
 
 #include "ChatPlatform/SharedServerStore.h"
