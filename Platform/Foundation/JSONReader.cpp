@@ -5,7 +5,10 @@
 #include <cstdlib>
 #include <limits>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include <simdjson.h>
 
@@ -67,16 +70,49 @@ struct Workspace {
     std::string text;
 };
 
-/// A thread keeps one workspace for its next text, unless that has grown out of proportion.
-thread_local std::unique_ptr<Workspace> spare;
-constexpr std::size_t largestSpare = std::size_t{1} << 20;
+/// Workspaces for the next texts. They belong to no thread: most threads end behind a few texts, and to register what
+/// a thread is to destroy waits for a library that another thread is loading.
+class Spares {
+public:
+    /// Never destroyed: threads may still read when the process ends.
+    static Spares& shared() {
+        static auto* const spares = new Spares;
+        return *spares;
+    }
+
+    std::unique_ptr<Workspace> take() {
+        {
+            const std::lock_guard lock(mutex_);
+            if (!kept_.empty()) {
+                auto workspace = std::move(kept_.back());
+                kept_.pop_back();
+                return workspace;
+            }
+        }
+        return std::make_unique<Workspace>();
+    }
+
+    /// Keeps the workspace, unless it has grown out of proportion or there are enough.
+    void give(std::unique_ptr<Workspace> workspace) {
+        if (workspace->text.capacity() > largest) return;
+        const std::lock_guard lock(mutex_);
+        if (kept_.size() < kept_.capacity()) kept_.push_back(std::move(workspace));
+    }
+
+private:
+    static constexpr std::size_t largest = std::size_t{1} << 20;
+    static constexpr std::size_t maximum = 8;
+
+    Spares() { kept_.reserve(maximum); }
+
+    std::mutex mutex_;
+    std::vector<std::unique_ptr<Workspace>> kept_;
+};
 
 class Borrowed {
 public:
-    Borrowed() : workspace_(spare ? std::move(spare) : std::make_unique<Workspace>()) {}
-    ~Borrowed() {
-        if (workspace_->text.capacity() <= largestSpare) spare = std::move(workspace_);
-    }
+    Borrowed() : workspace_(Spares::shared().take()) {}
+    ~Borrowed() { Spares::shared().give(std::move(workspace_)); }
     Borrowed(const Borrowed&) = delete;
     Borrowed& operator=(const Borrowed&) = delete;
     Workspace* operator->() const { return workspace_.get(); }

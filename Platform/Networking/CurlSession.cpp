@@ -5,13 +5,15 @@
 #include <memory>
 #include <new>
 #include <optional>
+#include <stdexcept>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include <curl/curl.h>
 
+#include "Foundation/DynamicLibrary.h"
 #include "Foundation/GroupContainer.h"
-#include "Foundation/Releaser.h"
 
 namespace Foundation {
 
@@ -19,7 +21,48 @@ namespace {
 
 using Code = URLError::Code;
 
-using HeaderList = std::unique_ptr<curl_slist, Releaser<curl_slist_free_all>>;
+/// libcurl, and more than thirty libraries behind it: they take longer to load than all that a push needs in front of
+/// its first request.
+struct Library {
+    /// Throws `URLError` where it cannot be loaded.
+    static const Library& shared() {
+        try {
+            static const Library library;
+            return library;
+        } catch (const std::runtime_error&) {
+            throw URLError(Code::unknown);
+        }
+    }
+
+    DynamicLibrary library{"libcurl.so.4"};
+#define TESSEL_FUNCTION(name) decltype(::name)* const name = library.function<decltype(::name)>(#name)
+    TESSEL_FUNCTION(curl_easy_cleanup);
+    TESSEL_FUNCTION(curl_easy_getinfo);
+    TESSEL_FUNCTION(curl_easy_init);
+    TESSEL_FUNCTION(curl_easy_perform);
+    TESSEL_FUNCTION(curl_easy_reset);
+    TESSEL_FUNCTION(curl_easy_setopt);
+    TESSEL_FUNCTION(curl_global_init);
+    TESSEL_FUNCTION(curl_slist_append);
+    TESSEL_FUNCTION(curl_slist_free_all);
+    TESSEL_FUNCTION(curl_strequal);
+#undef TESSEL_FUNCTION
+
+private:
+    Library() {
+        if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) throw URLError(Code::unknown);
+    }
+};
+
+/// Whether two ASCII texts are equal but for the case of their letters.
+bool equalIgnoringCase(const std::string& left, const char* right) {
+    return Library::shared().curl_strequal(left.c_str(), right) != 0;
+}
+
+struct HeaderListRelease {
+    void operator()(curl_slist* list) const { Library::shared().curl_slist_free_all(list); }
+};
+using HeaderList = std::unique_ptr<curl_slist, HeaderListRelease>;
 
 using Clock = std::chrono::steady_clock;
 
@@ -113,7 +156,7 @@ Code codeFor(CURLcode result) {
 
 template <class Value>
 void set(CURL* handle, CURLoption option, Value value) {
-    const CURLcode result = curl_easy_setopt(handle, option, value);
+    const CURLcode result = Library::shared().curl_easy_setopt(handle, option, value);
     if (result == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
     if (result != CURLE_OK) throw URLError(Code::unknown);
 }
@@ -127,7 +170,7 @@ HeaderList headerList(const URLRequest& request) {
         const std::string line = isEmpty ? name + ';' : name + ": " + value;
         // A line break would let the value write headers of its own.
         if (line.find_first_of("\r\n\0"sv) != std::string::npos) throw URLError(Code::cannotSendHeader);
-        curl_slist* longer = curl_slist_append(list.get(), line.c_str());
+        curl_slist* longer = Library::shared().curl_slist_append(list.get(), line.c_str());
         if (longer == nullptr) throw std::bad_alloc();
         (void)list.release();
         list.reset(longer);
@@ -162,7 +205,7 @@ bool isHTTP(const URL& url) {
     const auto scheme = url.scheme();
     const auto host = url.host();
     return scheme && host && !host->empty() &&
-           (curl_strequal(scheme->c_str(), "http") != 0 || curl_strequal(scheme->c_str(), "https") != 0);
+           (equalIgnoringCase(*scheme, "http") || equalIgnoringCase(*scheme, "https"));
 }
 
 /// Scheme, host and port: what a connection and a token belong to. Another spelling of the same counts as another.
@@ -175,7 +218,7 @@ std::string originOf(const URL& url) {
 std::optional<URLRequest> redirected(const URLRequest& request, CURL* handle, long status) {
     const char* location = nullptr;
     if (status != 301 && status != 302 && status != 303 && status != 307 && status != 308) return std::nullopt;
-    curl_easy_getinfo(handle, CURLINFO_REDIRECT_URL, &location);
+    Library::shared().curl_easy_getinfo(handle, CURLINFO_REDIRECT_URL, &location);
     if (location == nullptr) return std::nullopt;
     auto url = URL::parse(location);
     if (!url) throw URLError(Code::unsupportedURL);
@@ -183,13 +226,12 @@ std::optional<URLRequest> redirected(const URLRequest& request, CURL* handle, lo
     URLRequest next = request;
     if (originOf(*url) != originOf(request.url))
         std::erase_if(next.headers,
-                      [](const auto& header) { return curl_strequal(header.first.c_str(), "Authorization") != 0; });
+                      [](const auto& header) { return equalIgnoringCase(header.first, "Authorization"); });
     next.url = *std::move(url);
     if (status < 307 && next.httpMethod == "POST") {
         next.httpMethod = "GET";
         next.httpBody.clear();
-        std::erase_if(next.headers,
-                      [](const auto& header) { return curl_strequal(header.first.c_str(), "Content-Type") != 0; });
+        std::erase_if(next.headers, [](const auto& header) { return equalIgnoringCase(header.first, "Content-Type"); });
     }
     return next;
 }
@@ -213,14 +255,24 @@ private:
 };
 
 CurlSession::CurlSession() {
-    static const CURLcode initialised = curl_global_init(CURL_GLOBAL_DEFAULT);
-    if (initialised != CURLE_OK) throw URLError(Code::unknown);
+    try {
+        loading_ = std::thread([] {
+            try {
+                (void)Library::shared();
+            } catch (const std::exception&) {
+                // The first request meets the same failure, and tells it.
+            }
+        });
+    } catch (const std::system_error&) {
+        // Without a thread it is loaded by the first request.
+    }
 }
 
 CurlSession::~CurlSession() {
+    if (loading_.joinable()) loading_.join();
     for (const auto& [origin, handles] : idle_)
         for (void* handle : handles)
-            curl_easy_cleanup(handle);
+            Library::shared().curl_easy_cleanup(handle);
 }
 
 void* CurlSession::take(const std::string& origin) {
@@ -235,13 +287,13 @@ void* CurlSession::take(const std::string& origin) {
             return handle;
         }
     }
-    CURL* handle = curl_easy_init();
+    CURL* handle = Library::shared().curl_easy_init();
     if (handle == nullptr) throw std::bad_alloc();
     return handle;
 }
 
 void CurlSession::giveBack(const std::string& origin, void* handle) {
-    curl_easy_reset(handle);  // options go, the connection stays
+    Library::shared().curl_easy_reset(handle);  // options go, the connection stays
     void* surplus = handle;
     {
         const std::lock_guard lock(mutex_);
@@ -264,7 +316,7 @@ void CurlSession::giveBack(const std::string& origin, void* handle) {
             --idleCount_;
         }
     }
-    if (surplus != nullptr) curl_easy_cleanup(surplus);
+    if (surplus != nullptr) Library::shared().curl_easy_cleanup(surplus);
 }
 
 /// Makes one request, whatever its answer; returns the body and the status.
@@ -290,14 +342,14 @@ std::pair<Data, long> CurlSession::perform(void* handle, const URLRequest& reque
         throw URLError(Code::unknown);
     }
 
-    const CURLcode result = curl_easy_perform(handle);
+    const CURLcode result = Library::shared().curl_easy_perform(handle);
     if (exchange.tooLarge) throw URLError(Code::dataLengthExceedsMaximum);
     if (exchange.timedOut) throw URLError(Code::timedOut);
     if (exchange.outOfMemory) throw std::bad_alloc();
     if (result != CURLE_OK) throw URLError(codeFor(result));
     if (!exchange.hasWholeHead) throw URLError(Code::networkConnectionLost);
     long status = 0;
-    curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &status);
+    Library::shared().curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &status);
     return {std::move(exchange.data), status};
 }
 

@@ -1,5 +1,6 @@
 #include "os/Logger.h"
 
+#include <stdexcept>
 #include <utility>
 
 #include <sys/uio.h>
@@ -10,6 +11,7 @@
 #define SD_JOURNAL_SUPPRESS_LOCATION
 #include <systemd/sd-journal.h>
 
+#include "Foundation/DynamicLibrary.h"
 #include "Foundation/StandardStreams.h"
 
 namespace os {
@@ -26,7 +28,23 @@ bool journalRuns() {
     return ::access("/run/systemd/journal/socket", W_OK) == 0;
 }
 
+/// libsystemd's one function that is used. With it come half a dozen libraries, and most pushes log nothing: it is
+/// loaded for the first entry. Null where there is no such library.
+auto journalWriter() {
+    static decltype(sd_journal_sendv)* const function = []() -> decltype(sd_journal_sendv)* {
+        try {
+            static const Foundation::DynamicLibrary library("libsystemd.so.0");
+            return library.function<decltype(sd_journal_sendv)>("sd_journal_sendv");
+        } catch (const std::runtime_error&) {
+            return nullptr;  // the entry goes to standard error
+        }
+    }();
+    return function;
+}
+
 bool writeToJournal(const LogEntry& entry) {
+    const auto write = journalWriter();
+    if (write == nullptr) return false;
     const std::string fields[] = {
         "MESSAGE=" + entry.message,
         "PRIORITY=" + std::to_string(entry.level == LogLevel::error ? LOG_ERR : LOG_NOTICE),
@@ -36,7 +54,7 @@ bool writeToJournal(const LogEntry& entry) {
     iovec vectors[std::size(fields)];
     for (std::size_t i = 0; i < std::size(fields); ++i)
         vectors[i] = {const_cast<char*>(fields[i].data()), fields[i].size()};
-    return sd_journal_sendv(vectors, std::size(vectors)) == 0;
+    return write(vectors, std::size(vectors)) == 0;
 }
 
 void writeToStandardError(const LogEntry& entry) {
