@@ -1,7 +1,12 @@
 #include "ChatPush/PushNotificationService.h"
 
+#include <algorithm>
+#include <array>
+#include <atomic>
 #include <semaphore>
+#include <thread>
 
+#include "ChatPlatform/KeychainItems.h"
 #include "ChatPush/GatedSession.h"
 #include "ChatPush/PushFixture.h"
 
@@ -11,94 +16,230 @@ using UserNotifications::UNNotificationContent;
 
 namespace {
 
-/// A service whose pipeline stops at each stage until the test lets it go on.
-struct PushNotificationServiceTest : PushFixture {
-    Support::Queue<std::pair<std::string, UNNotificationContent>> delivered;
-    std::counting_semaphore<> start{0};
-    std::shared_ptr<GatedSession> session = std::make_shared<GatedSession>();
-    std::shared_ptr<PushNotificationService> service = std::make_shared<PushNotificationService>([this] {
-        start.acquire();
-        return PushProcessor(servers, credentials, session);
-    });
+/// What a person would see of a content, and of which push it is.
+std::string described(const UNNotificationContent& content) {
+    std::string text = Foundation::textOrEmpty(content.userInfo(), "post_id") + ": " + content.title() + '|' +
+                       content.body() + '|' + content.threadIdentifier() + '|' +
+                       Foundation::textOrEmpty(content.userInfo(), "verified");
+    if (content.intent()) text += "|" + std::string(Foundation::textView(content.intent()->sender.image->imageData));
+    return text;
+}
 
-    void receive(const std::string& name = "") {
-        service->didReceive({"1", UNNotificationContent(content(message()))},
-                            [this, name](const auto& content) { delivered.push({name, content}); });
-    }
-    void answerMessage() { session->answer(200, R"({"message":"Whole text","sender_name":"Alice A."})"); }
-    UNNotificationContent shownAtTheEndOfTime() {
-        service->serviceExtensionTimeWillExpire();
-        return delivered.pop().second;
-    }
+/// What holds for a service, said as simply as can be: what it has to deliver, and to whom.
+struct Model {
+    std::optional<std::string> handler;
+    std::optional<std::string> best;
+    std::vector<std::string>& delivered;
 
-    /// Lets the task end, which holds the service until then, and looks that it has handed over nothing more.
-    void TearDown() override {
-        start.release(2);
-        for (int i = 0; i < 4; ++i) session->answer(500);
-        std::weak_ptr<PushNotificationService> ended = service;
-        service.reset();
-        while (!ended.expired()) std::this_thread::yield();
-        EXPECT_TRUE(delivered.isEmpty());
+    void receive(const std::string& push) {
+        handler = push;
+        best = push + ": |" + PushFixture::unverifiedText + "||false";
+    }
+    void deliver(const std::string& content) {
+        if (handler) delivered.push_back("to " + *std::exchange(handler, std::nullopt) + ' ' + content);
+    }
+    void expire() {
+        if (best) deliver(*best);
     }
 };
 
-TEST_F(PushNotificationServiceTest, BeforeVerificationItIsShownAsUnverified) {
-    receive();
-    const auto shown = shownAtTheEndOfTime();
-    EXPECT_EQ(shown.body(), unverifiedText);
-    EXPECT_EQ(shown.title(), "");
-    EXPECT_EQ(Foundation::textOrEmpty(shown.userInfo(), "verified"), "false");
-}
+struct PushNotificationServiceTest : PushFixture {
+    /// The pipeline of one push, which stops at each stage until it is let go on. A step is over when all that
+    /// follows from it has been done.
+    struct Task {
+        explicit Task(std::string push) : name(std::move(push)) {}
 
-TEST_F(PushNotificationServiceTest, BehindVerificationItIsShownAsPushed) {
-    start.release(2);
-    receive();
-    (void)session->requests.pop();
-    const auto shown = shownAtTheEndOfTime();
-    EXPECT_EQ(shown.body(), message().body);
-    EXPECT_EQ(shown.threadIdentifier(), "channel-1");
-    EXPECT_FALSE(shown.userInfo().contains("verified"));
-}
+        const std::string name;
+        GatedSession* session = new GatedSession;
+        std::binary_semaphore arrived{0}, begin{0}, ended{0};
+        int stepsTaken = 0;
 
-TEST_F(PushNotificationServiceTest, BehindTheAcknowledgementItIsShownWithItsText) {
-    start.release(2);
-    answerMessage();
-    receive();
-    for (int i = 0; i < 2; ++i) (void)session->requests.pop();
-    const auto shown = shownAtTheEndOfTime();
-    EXPECT_EQ(shown.body(), "Whole text");
-    EXPECT_FALSE(shown.intent());
-}
+        void takeStep(Model& model) {
+            const std::string shown = name + ": Pushed title|";
+            switch (stepsTaken++) {
+                case 0:
+                    begin.release();
+                    (void)session->requests.pop();
+                    model.best = shown + "You have a new message.|channel-1|";
+                    break;
+                case 1:
+                    session->answer(200, R"({"message":"Whole text"})");
+                    (void)session->requests.pop();
+                    model.best = shown + "Whole text|channel-1|";
+                    break;
+                case 2:
+                    session->answer(200, "picture");
+                    ended.acquire();
+                    model.deliver(shown + "Whole text|channel-1||picture");
+            }
+        }
+    };
 
-TEST_F(PushNotificationServiceTest, CompletionIsTheOnlyDelivery) {
-    start.release(2);
-    answerMessage();
-    session->answer(200, "picture");
-    receive();
-    const auto completed = delivered.pop().second;
-    EXPECT_EQ(completed.body(), "Whole text");
-    EXPECT_EQ(completed.intent()->sender.image->imageData, Foundation::bytes("picture"));
-    service->serviceExtensionTimeWillExpire();
+    Support::Queue<Task*> starting;
+    std::vector<std::string> delivered;
+
+    std::shared_ptr<PushNotificationService> makeService() {
+        return std::make_shared<PushNotificationService>([this] {
+            Task* const task = starting.pop();
+            task->arrived.release();
+            task->begin.acquire();
+            // The pipeline lets go of the session when it has delivered.
+            return PushProcessor(servers, credentials, {task->session, [task](GatedSession* session) {
+                                                            delete session;
+                                                            task->ended.release();
+                                                        }});
+        });
+    }
+    void receive(const std::shared_ptr<PushNotificationService>& service, Task& task) {
+        auto push = message();
+        push.postID = task.name;
+        starting.push(&task);
+        service->didReceive({"", UNNotificationContent(content(push))},
+                            [this, &task, again = std::weak_ptr(service)](const auto& content) {
+                                delivered.push_back("to " + task.name + ' ' + described(content));
+                                again.lock()->serviceExtensionTimeWillExpire();  // would wait for its own lock for ever
+                            });
+        task.arrived.acquire();
+    }
+
+    /// Lets two pushes and an end of time come about in this order: '1' and '2' are a step of the first and the second
+    /// one ('2' being received with its first), 'x' is the end of time of the first one's service.
+    std::vector<std::string> expectedOf(const std::string& order, bool shareService) {
+        std::vector<std::string> expected;
+        Model models[] = {{{}, {}, expected}, {{}, {}, expected}};
+        Model& other = models[shareService ? 0 : 1];
+        Task one("one"), two("two");
+        const auto service = makeService();
+        const auto second = shareService ? service : makeService();
+        bool isReceived = false;
+        receive(service, one);
+        models[0].receive("one");
+        for (const char event : order) {
+            if (event == '1') {
+                one.takeStep(models[0]);
+            } else if (event == 'x') {
+                service->serviceExtensionTimeWillExpire();
+                models[0].expire();
+            } else if (std::exchange(isReceived, true)) {
+                two.takeStep(other);
+            } else {
+                receive(second, two);
+                other.receive("two");
+            }
+        }
+        return expected;
+    }
+};
+
+TEST_F(PushNotificationServiceTest, AnswersOnceInEveryOrderOfEvents) {
+    for (const bool shareService : {true, false}) {
+        std::string order = "1112222x";
+        do {
+            SCOPED_TRACE(order + (shareService ? " of one service" : " of two services"));
+            delivered.clear();
+            const auto expected = expectedOf(order, shareService);
+            ASSERT_EQ(delivered, expected);
+            // A late task never takes the handler of another service's request.
+            for (const auto& delivery : delivered)
+                ASSERT_TRUE(shareService || delivery.substr(3, 3) == delivery.substr(7, 3)) << delivery;
+        } while (std::next_permutation(order.begin(), order.end()));
+    }
 }
 
 TEST_F(PushNotificationServiceTest, WithoutARequestThereIsNothingToShow) {
-    service->serviceExtensionTimeWillExpire();
+    makeService()->serviceExtensionTimeWillExpire();
 }
 
-TEST_F(PushNotificationServiceTest, ASecondRequestTakesTheFirstOnesPlace) {
-    receive("first");
-    receive("second");
-    start.release(2);
-    for (int i = 0; i < 4; ++i) session->answer(500);
-    EXPECT_EQ(delivered.pop().first, "second");
+TEST_F(PushNotificationServiceTest, HandlersAreDestroyedBehindTheLock) {
+    Task one("one"), two("two");
+    const auto service = makeService();
+    starting.push(&one);
+    starting.push(&two);
+    // Destroyed when the second request takes its place: the end of time that it then announces is the second one's.
+    const UserNotifications::UNNotificationRequest empty{"", UNNotificationContent()};
+    std::shared_ptr<void> atTheEnd(nullptr, [&](void*) { service->serviceExtensionTimeWillExpire(); });
+    service->didReceive(empty, [atTheEnd = std::exchange(atTheEnd, nullptr)](const auto&) { FAIL(); });
+    service->didReceive(empty, [&](const auto& content) { delivered.push_back(content.body()); });
+    EXPECT_THAT(delivered, testing::ElementsAre(unverifiedText));
+    one.begin.release();
+    two.begin.release();
+    one.ended.acquire();
+    two.ended.acquire();
 }
 
 TEST_F(PushNotificationServiceTest, WhatIsThrownPastThePipelineEndsInTheBestContent) {
-    service = std::make_shared<PushNotificationService>([]() -> PushProcessor { throw std::bad_alloc(); });
-    receive();
-    EXPECT_EQ(delivered.pop().second.body(), unverifiedText);
-    TearDown();
+    std::binary_semaphore isDelivered{0};
+    std::weak_ptr<PushNotificationService> ended;
+    {
+        const auto service = std::make_shared<PushNotificationService>([]() -> PushProcessor { throw std::bad_alloc(); });
+        ended = service;
+        service->didReceive({"", UNNotificationContent(content(message()))}, [&](const auto& content) {
+            delivered.push_back(content.body());
+            isDelivered.release();
+        });
+        isDelivered.acquire();
+    }
+    while (!ended.expired()) std::this_thread::yield();
+    EXPECT_THAT(delivered, testing::ElementsAre(unverifiedText));
     EXPECT_THAT(log.lines(), testing::ElementsAre("error The push pipeline stopped: <private>"));
+}
+
+/// A keychain and a server that answer at once.
+struct AtOnce final : ChatPlatform::KeychainItems, Foundation::URLSession {
+    using Location = ChatPlatform::CredentialStore::Location;
+    std::optional<Foundation::Data> read(const Location&, const std::string&) const override {
+        return Foundation::bytes("token");
+    }
+    void write(const Foundation::Data&, const Location&, const std::string&) const override {}
+    void remove(const Location&, const std::string&) const override {}
+    std::pair<Foundation::Data, Foundation::HTTPURLResponse> data(const Foundation::URLRequest&) override {
+        return {Foundation::bytes(R"({"message":"Whole text"})"), {200}};
+    }
+};
+
+struct PushNotificationServiceLongTest : PushFixture {};
+
+TEST_F(PushNotificationServiceLongTest, AnswersOnceHoweverThreadsRace) {
+    const auto atOnce = std::make_shared<AtOnce>();
+    const PushProcessor racing{servers, {atOnce, {"service", {}}, {}}, atOnce};
+    const UNNotificationContent pushed(content(message()));
+    std::shared_ptr<PushNotificationService> service;
+    std::array<std::atomic<int>, 2> answers;
+    std::counting_semaphore<> ready[2] = {std::counting_semaphore<>(0), std::counting_semaphore<>(0)}, done(0);
+    std::atomic<unsigned> pause = 0;
+    bool isOver = false;
+    const auto receive = [&](std::size_t request) {
+        service->didReceive({"", pushed}, [&answers, request](const auto&) { ++answers[request]; });
+    };
+    const auto racer = [&](std::size_t number, auto act) {
+        return std::jthread([&, number, act] {
+            for (ready[number].acquire(); !isOver; ready[number].acquire()) {
+                for (unsigned i = 0; i < pause * (number + 1); ++i) continue;
+                act();
+                done.release();
+            }
+        });
+    };
+    const std::jthread racers[] = {racer(0, [&] { service->serviceExtensionTimeWillExpire(); }),
+                                   racer(1, [&] { receive(1); })};
+    for (unsigned round = 0; round < 100'000; ++round) {
+        answers[0] = answers[1] = 0;
+        // Another moment in each round, over the length of a pipeline.
+        pause = round * 7919 % 50'000;
+        service = {new PushNotificationService([&] { return racing; }), [&](PushNotificationService* ended) {
+                       delete ended;
+                       done.release();
+                   }};
+        receive(0);
+        for (auto& semaphore : ready) semaphore.release();
+        for (int i = 0; i < 2; ++i) done.acquire();
+        service.reset();
+        done.acquire();
+        ASSERT_LE(answers[0], 1) << round;
+        ASSERT_EQ(answers[1], 1) << round;
+    }
+    isOver = true;
+    for (auto& semaphore : ready) semaphore.release();
 }
 
 }  // namespace
