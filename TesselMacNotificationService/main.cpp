@@ -1,7 +1,4 @@
-#include <cstdio>
 #include <memory>
-
-#include <unistd.h>
 
 #include "Bundle/Bundle.h"
 #include "ChatPlatform/AppGroup.h"
@@ -14,9 +11,6 @@ int main(int argc, char** argv) {
         (void)ChatPlatform::AppGroup(Foundation::Bundle::main());
         (void)ChatPush::resourceBundle();
     };
-    const int status = ExtensionHost::main(
-        argc, argv, checkBundle, [] { return std::make_unique<TesselMacNotificationService::NotificationService>(); });
-    // Without exit handlers: threads that still wait for the network would meet what these have torn down.
-    std::fflush(stdout);
-    ::_exit(status);
+    ExtensionHost::main(argc, argv, checkBundle,
+                        [] { return std::make_unique<TesselMacNotificationService::NotificationService>(); });
 }

@@ -35,11 +35,12 @@ thread_local const void* announcingTo = nullptr;
 /// What the threads share. A late task keeps it alive.
 class Host::Core : public std::enable_shared_from_this<Core> {
 public:
-    Core(Options options, ServiceFactory makeService, std::function<bool(const DeliveredPush&)> deliver)
+    Core(Options options, ServiceFactory makeService, std::function<void(const DeliveredPush&)> deliver)
         : options_(options), makeService_(std::move(makeService)), deliver_(std::move(deliver)) {}
 
     bool receive(Push push);
-    void finish();
+    void expire();
+    bool finish(std::chrono::milliseconds bound);
     void watchTime();
     void stop();
     void donate(const INInteraction& interaction);
@@ -55,6 +56,7 @@ private:
         std::shared_ptr<Service> service;
     };
     using RequestPointer = std::shared_ptr<Request>;
+    using Timetable = std::map<std::pair<Clock::time_point, std::size_t>, RequestPointer>;  // by time and index
 
     std::shared_ptr<Service> makeService();
     void start(const RequestPointer& request);
@@ -66,16 +68,16 @@ private:
 
     const Options options_;
     const ServiceFactory makeService_;
-    const std::function<bool(const DeliveredPush&)> deliver_;
+    const std::function<void(const DeliveredPush&)> deliver_;
 
     std::mutex mutex_;  ///< guards what follows
     std::condition_variable roomChanged_;
     std::condition_variable timetableChanged_;
-    std::map<std::pair<Clock::time_point, std::size_t>, RequestPointer> timetable_;
+    Timetable timetable_;
     std::set<std::weak_ptr<const INSendMessageIntent>, std::owner_less<>> donated_;
     std::size_t pending_ = 0;  ///< requests not yet delivered
     std::size_t alive_ = 0;    ///< service objects, which live as long as their tasks
-    bool wantsMore_ = true;
+    bool isTimeOver_ = false;  ///< for all requests, and none is taken any more
     bool stopped_ = false;
 
     std::mutex deliveryMutex_;  ///< one delivery at a time
@@ -93,13 +95,26 @@ bool Host::Core::receive(Push push) {
             lock.lock();
         }
         roomChanged_.wait(lock,
-                          [&] { return !wantsMore_ || (pending_ < options_.jobs && lateTasks() < maximumLateTasks); });
-        if (!wantsMore_) return false;
+                          [&] { return isTimeOver_ || (pending_ < options_.jobs && lateTasks() < maximumLateTasks); });
+        if (isTimeOver_) return false;
         ++pending_;
     }
     start(request);
+    return true;
+}
+
+void Host::Core::expire() {
     const std::lock_guard lock(mutex_);
-    return wantsMore_;
+    isTimeOver_ = true;
+    const auto now = Clock::now();
+    Timetable earlier;
+    for (const auto& [place, request] : timetable_) {
+        if (!request->wasAnnounced) request->nextStep = now;
+        earlier.emplace(std::pair(request->nextStep, request->index), request);
+    }
+    timetable_.swap(earlier);
+    timetableChanged_.notify_one();
+    roomChanged_.notify_all();
 }
 
 /// A service object whose end is noticed, on whichever thread it comes.
@@ -140,6 +155,7 @@ void Host::Core::start(const RequestPointer& request) {
 void Host::Core::schedule(const RequestPointer& request, Clock::time_point when) {
     const std::lock_guard lock(mutex_);
     if (request->wasDelivered) return;
+    if (isTimeOver_ && !request->wasAnnounced) when = Clock::now();
     request->nextStep = when;
     timetable_.emplace(std::pair(when, request->index), request);
     timetableChanged_.notify_one();
@@ -175,9 +191,9 @@ void Host::Core::takeStep(const RequestPointer& request) {
     {
         const std::lock_guard lock(mutex_);
         service = request->service;
+        request->wasAnnounced = true;
     }
     if (!service) return;  // delivered just now
-    request->wasAnnounced = true;
     announcingTo = request.get();
     try {
         service->serviceExtensionTimeWillExpire();
@@ -203,23 +219,21 @@ void Host::Core::deliver(const RequestPointer& request, Delivery delivery, UNNot
         return;
     }
 
-    bool wantsMore = false;
     try {
         const std::lock_guard lock(deliveryMutex_);
         const bool wasDonated = takeDonation(content.intent());
-        wantsMore = deliver_({request->index, delivery, std::move(content), wasDonated, time});
+        deliver_({request->index, delivery, std::move(content), wasDonated, time});
     } catch (const std::exception& error) {
         logger().error("A notification could not be delivered: ", os::Private{error.what()});
     }
     const std::lock_guard lock(mutex_);
-    wantsMore_ = wantsMore_ && wantsMore;
     --pending_;
     roomChanged_.notify_all();
 }
 
-void Host::Core::finish() {
+bool Host::Core::finish(std::chrono::milliseconds bound) {
     std::unique_lock lock(mutex_);
-    roomChanged_.wait(lock, [&] { return pending_ == 0; });
+    return roomChanged_.wait_for(lock, bound, [&] { return pending_ == 0; });
 }
 
 void Host::Core::stop() {
@@ -241,7 +255,7 @@ bool Host::Core::takeDonation(const std::shared_ptr<const INSendMessageIntent>& 
     return donated_.erase(intent) > 0;
 }
 
-Host::Host(Options options, ServiceFactory makeService, std::function<bool(const DeliveredPush&)> deliver)
+Host::Host(Options options, ServiceFactory makeService, std::function<void(const DeliveredPush&)> deliver)
     : core_(std::make_shared<Core>(options, std::move(makeService), std::move(deliver))),
       clock_([core = core_] { core->watchTime(); }) {
     if (options.acceptsDonations)
@@ -258,8 +272,12 @@ bool Host::receive(Push push) {
     return core_->receive(std::move(push));
 }
 
-void Host::finish() {
-    core_->finish();
+void Host::expire() {
+    core_->expire();
+}
+
+bool Host::finish(std::chrono::milliseconds bound) {
+    return core_->finish(bound);
 }
 
 }  // namespace ExtensionHost

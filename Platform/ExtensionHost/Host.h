@@ -48,19 +48,22 @@ public:
     /// beyond this number the next request waits for one to end.
     static constexpr std::size_t maximumLateTasks = 256;
 
-    /// `deliver` is called once per request, for one at a time, on any thread. It answers whether to go on.
-    Host(Options options, ServiceFactory makeService, std::function<bool(const DeliveredPush&)> deliver);
+    /// `deliver` is called once per request, for one at a time, on any thread.
+    Host(Options options, ServiceFactory makeService, std::function<void(const DeliveredPush&)> deliver);
 
     /// Unregisters the donations. Tasks may still be at work; what they hand over goes nowhere.
     ~Host();
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
 
-    /// Makes a request of the push, as soon as there is room for one. False where no more are wanted.
+    /// Makes a request of the push, as soon as there is room for one. False, and no request, once `expire` was called.
     bool receive(Push push);
 
-    /// Waits until every request has been delivered.
-    void finish();
+    /// Announces the end of time to every request in progress, whatever its limit.
+    void expire();
+
+    /// Waits until every request has been delivered. False where the time is over before.
+    bool finish(std::chrono::milliseconds bound = std::chrono::hours(24 * 365));
 
 private:
     class Core;

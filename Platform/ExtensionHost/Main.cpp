@@ -1,10 +1,16 @@
 #include "ExtensionHost/Main.h"
 
+#include <atomic>
+#include <chrono>
 #include <cmath>
 #include <csignal>
+#include <cstdio>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <utility>
+
+#include <unistd.h>
 
 #include "ExtensionHost/Card.h"
 #include "ExtensionHost/CommandLine.h"
@@ -55,31 +61,86 @@ std::string picture(const DeliveredPush& push) {
     return card(push.content, heading);
 }
 
+[[noreturn]] void leave(int status) {
+    std::fflush(stdout);
+    ::_exit(status);
+}
+
+/// The signals that ask the process to end. They are blocked from here on, in all threads that are started later, and
+/// come to the one that waits for them.
+class EndSignals {
+public:
+    EndSignals() {
+        ::sigemptyset(&set_);
+        for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+            struct sigaction action {};
+            ::sigaction(signal, nullptr, &action);
+            if (action.sa_handler != SIG_IGN) ::sigaddset(&set_, signal);  // as it is under nohup
+        }
+        ::pthread_sigmask(SIG_BLOCK, &set_, nullptr);
+    }
+
+    /// Lets the first of them end the requests in progress, and then the process. Both objects are to live until then.
+    void watch(Host& host) {
+        try {
+            std::thread([this, &host] { endProcess(host); }).detach();
+        } catch (const std::system_error&) {
+            ::pthread_sigmask(SIG_UNBLOCK, &set_, nullptr);
+        }
+    }
+
+    /// Does not return where a signal is ending the process.
+    void giveWay() const {
+        while (isTaken_)
+            ::pause();
+    }
+
+private:
+    /// How long what is delivered may wait for its reader.
+    static constexpr std::chrono::seconds patience{2};
+
+    void endProcess(Host& host) {
+        int signal = 0;
+        while (::sigwait(&set_, &signal) != 0)
+            continue;
+        isTaken_ = true;
+        host.expire();
+        host.finish(patience);
+        ::signal(signal, SIG_DFL);
+        ::pthread_sigmask(SIG_UNBLOCK, &set_, nullptr);
+        ::raise(signal);
+    }
+
+    sigset_t set_{};
+    std::atomic<bool> isTaken_ = false;
+};
+
 }  // namespace
 
-int main(int argc, char** argv, const std::function<void()>& checkBundle, Host::ServiceFactory makeService) {
+void main(int argc, char** argv, const std::function<void()>& checkBundle, Host::ServiceFactory makeService) {
     const auto parsed = parseCommandLine(argc, argv);
-    if (const int* status = std::get_if<int>(&parsed)) return *status;
+    if (const int* status = std::get_if<int>(&parsed)) leave(*status);
     const auto& settings = std::get<CommandLine>(parsed);
     checkBundle();
 
-    // A server or reader that goes away is an error of one operation, not the end of the process.
+    // A server that goes away is an error of one operation, not the end of the process.
     std::signal(SIGPIPE, SIG_IGN);
-    bool allWritten = true;
+    EndSignals signals;
     Host host(settings.host, std::move(makeService), [&](const DeliveredPush& push) {
-        if (!allWritten) return false;
         try {
             Foundation::writeToStandardOutput(settings.asJSON ? line(push, settings.images) : picture(push));
         } catch (const std::system_error& error) {
+            // Nobody reads what is delivered: there is nothing left to wait for.
             Foundation::reportError("standard output: " + error.code().message());
-            allWritten = false;
+            leave(someInputWasBad);
         }
-        return allWritten;
     });
+    signals.watch(host);
     PushInput input(settings.files);
     const bool allGood = input.read([&](Push push) { return host.receive(std::move(push)); });
     host.finish();
-    return allGood && allWritten ? 0 : someInputWasBad;
+    signals.giveWay();
+    leave(allGood ? 0 : someInputWasBad);
 }
 
 }  // namespace ExtensionHost

@@ -37,10 +37,7 @@ struct HostTest : testing::Test {
     std::unique_ptr<Host> host(Host::Options options) {
         return std::make_unique<Host>(
             options, [this] { return std::make_unique<Scripted>(script); },
-            [this](const DeliveredPush& push) {
-                delivered.push_back(push);
-                return true;
-            });
+            [this](const DeliveredPush& push) { delivered.push_back(push); });
     }
     /// A host that has delivered this many pushes.
     std::unique_ptr<Host> finished(std::size_t count, Host::Options options = {}) {
