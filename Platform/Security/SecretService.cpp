@@ -3,6 +3,7 @@
 #include <exception>
 #include <future>
 #include <memory>
+#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -349,11 +350,43 @@ private:
     Owned<::SecretService> service_;
 };
 
+namespace {
+
+/// The operations that were given up, until their threads have ended.
+class GivenUp {
+public:
+    static GivenUp& shared() {
+        static auto* const operations = new GivenUp;  // never destroyed: threads end later than the process's statics
+        return *operations;
+    }
+
+    /// Whether there are so many that the next one need not be tried.
+    bool areTooMany() {
+        const std::lock_guard lock(mutex_);
+        std::erase_if(operations_, [](const auto& operation) { return operation.expired(); });
+        return operations_.size() >= maximum;
+    }
+
+    void insert(const std::shared_ptr<GCancellable>& operation) {
+        const std::lock_guard lock(mutex_);
+        operations_.push_back(operation);
+    }
+
+private:
+    static constexpr std::size_t maximum = 16;
+
+    std::mutex mutex_;
+    std::vector<std::weak_ptr<GCancellable>> operations_;
+};
+
+}  // namespace
+
 SecretService::SecretService(std::chrono::milliseconds timeout) : timeout_(timeout) {}
 
 /// Runs the operation in a thread of its own, which is left to itself when the time is up. To cancel it is
 /// not enough: GIO's first call to the bus ("Hello") takes no heed of that, and waits for 25 seconds.
 SecItemResult SecretService::perform(Operation operation) const {
+    if (GivenUp::shared().areTooMany()) return {errSecNotAvailable, std::nullopt};
     try {
         const Library& library = Library::shared();
         const std::shared_ptr<GCancellable> cancellable(library.g_cancellable_new(), library.g_object_unref);
@@ -369,6 +402,7 @@ SecItemResult SecretService::perform(Operation operation) const {
         std::thread(std::move(task)).detach();
         if (result.wait_for(timeout_) == std::future_status::ready) return result.get();
         library.g_cancellable_cancel(cancellable.get());
+        GivenUp::shared().insert(cancellable);
     } catch (const std::runtime_error&) {
         // The library cannot be loaded, or no thread started.
     }

@@ -15,7 +15,8 @@ namespace Security {
 ///
 /// The user is never asked for anything: what is locked, or would need a prompt, is
 /// `errSecInteractionNotAllowed`. `errSecNotAvailable` where there is no library, bus, service or default
-/// collection, or where the operation as a whole is not answered in time; it may then still take effect. The
+/// collection, or where the operation as a whole is not answered in time; it may then still take effect. While
+/// 16 such operations are still at work, a further one is not tried: a service that hangs piles up no threads. The
 /// connection lasts no longer than the operations that use it, so a bus or a service that was restarted in
 /// between is no obstacle.
 class SecretService final : public SecretStore {
