@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <memory>
 #include <new>
 #include <optional>
 #include <stdexcept>
 #include <string_view>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include <curl/curl.h>
@@ -53,6 +55,15 @@ private:
         if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) throw URLError(Code::unknown);
     }
 };
+
+/// Loads it, or waits until another thread has.
+void load() {
+    try {
+        (void)Library::shared();
+    } catch (const std::exception&) {
+        // The first request meets the same failure, and tells it.
+    }
+}
 
 /// Whether two ASCII texts are equal but for the case of their letters.
 bool equalIgnoringCase(const std::string& left, const char* right) {
@@ -255,21 +266,19 @@ private:
 };
 
 CurlSession::CurlSession() {
-    try {
-        loading_ = std::thread([] {
-            try {
-                (void)Library::shared();
-            } catch (const std::exception&) {
-                // The first request meets the same failure, and tells it.
-            }
-        });
-    } catch (const std::system_error&) {
-        // Without a thread it is loaded by the first request.
-    }
+    static const bool isLoading = [] {
+        try {
+            std::thread(load).detach();
+            // A process that exits meanwhile waits: what it tears down is still being set up.
+            return std::atexit(load) == 0;
+        } catch (const std::system_error&) {
+            return false;  // then the first request loads it
+        }
+    }();
+    (void)isLoading;
 }
 
 CurlSession::~CurlSession() {
-    if (loading_.joinable()) loading_.join();
     for (const auto& [origin, handles] : idle_)
         for (void* handle : handles)
             Library::shared().curl_easy_cleanup(handle);

@@ -4,7 +4,6 @@
 #include <map>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "Networking/URLSession.h"
@@ -18,7 +17,7 @@ public:
     /// The largest answer that is taken, in bytes.
     static constexpr std::size_t maximumAnswer = std::size_t{8} << 20;
 
-    /// Begins to load libcurl, in a thread of its own; the first request waits for it.
+    /// Begins to load libcurl, in a thread of its own, where none has; the first request waits for it.
     CurlSession();
     ~CurlSession() override;
     CurlSession(const CurlSession&) = delete;
@@ -36,7 +35,6 @@ private:
     /// Idle connections beyond this number are closed, the fullest origin's first.
     static constexpr std::size_t maximumIdle = 64;
 
-    std::thread loading_;
     std::mutex mutex_;
     std::map<std::string, std::vector<void*>> idle_;
     std::size_t idleCount_ = 0;
