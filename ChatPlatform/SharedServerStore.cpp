@@ -1,6 +1,5 @@
 #include "ChatPlatform/SharedServerStore.h"
 
-#include <cerrno>
 #include <utility>
 
 #include "Foundation/Files.h"
@@ -63,18 +62,14 @@ std::optional<SharedServer> SharedServerStore::server(const Foundation::URL& url
 
 void SharedServerStore::save(const SharedServer& server) const {
     Files::createDirectory(directory);
-    const auto known = servers();
-    // Everything that can be done beforehand is: between the removal of an old record and the appearance of the new
-    // one lies a rename. A record of the same name is not removed but replaced.
-    Files::AtomicWrite write(file(server.serverID), Foundation::bytes(server.json()));
-    for (const auto& old : known) {
-        if (old.url != server.url) continue;
-        if (old.serverID != server.serverID)
-            Files::remove(file(old.serverID));
-        else if (!Files::exists(file(old.serverID)))
-            throw CocoaError(CocoaError::Operation::remove, ENOENT, file(old.serverID));
-    }
-    write.commit();
+    const auto target = file(server.serverID);
+    // A record of the same name is not removed but replaced. Where its file is missing, the removal fails in its turn.
+    std::vector<std::filesystem::path> others;
+    for (const auto& old : servers())
+        if (old.url == server.url && (old.serverID != server.serverID || !Files::exists(target)))
+            others.push_back(file(old.serverID));
+    // Between the removal of an old record and the appearance of the new one there is none: all else is done before.
+    Files::AtomicWrite(target, Foundation::bytes(server.json())).commit(others);
 }
 
 void SharedServerStore::removeServer(const Foundation::URL& url) const {

@@ -1,6 +1,8 @@
 #include "Foundation/Files.h"
 
 #include <cerrno>
+#include <deque>
+#include <random>
 #include <utility>
 
 #include <dirent.h>
@@ -104,31 +106,75 @@ bool exists(const std::filesystem::path& path) {
     return path.native().find('\0') == std::string::npos && ::access(path.c_str(), F_OK) == 0;
 }
 
-AtomicWrite::AtomicWrite(std::filesystem::path destination, const Data& data) : destination_(std::move(destination)) {
-    systemPath(destination_, Operation::write);
-    std::string name = directoryOf(destination_).string() + "/.writing-XXXXXX";
-    const Descriptor descriptor(::mkostemp(name.data(), O_CLOEXEC));  // mode 0600
-    if (descriptor.number() < 0) throw CocoaError(Operation::write, errno, destination_);
-    temporary_ = name;
-    try {
-        for (std::size_t done = 0; done < data.size();) {
-            const ssize_t count = ::write(descriptor.number(), data.data() + done, data.size() - done);
-            if (count < 0 && errno != EINTR) throw CocoaError(Operation::write, errno, destination_);
-            if (count > 0) done += static_cast<std::size_t>(count);
-        }
-        if (::fsync(descriptor.number()) != 0) throw CocoaError(Operation::write, errno, destination_);
-    } catch (...) {
-        ::unlink(temporary_.c_str());
-        throw;
-    }
+// The destructor runs for a constructor that throws once this one is done.
+AtomicWrite::AtomicWrite(std::filesystem::path destination) : destination_(std::move(destination)) {}
+
+AtomicWrite::AtomicWrite(std::filesystem::path destination, const Data& data) : AtomicWrite(std::move(destination)) {
+    struct stat status {};
+    const bool replaces = ::lstat(systemPath(destination_, Operation::write), &status) == 0;
+    // A name that cannot be is found before anything depends on it.
+    if (!replaces && errno != ENOENT) throw CocoaError(Operation::write, errno, destination_);
+    open();
+    write(data);
+    // Only a file with a name can replace another. From here to the commit lie microseconds, and a writer that is
+    // killed in them leaves the name behind.
+    if (replaces && temporary_.empty()) nameTemporary();
 }
 
 AtomicWrite::~AtomicWrite() {
     if (!temporary_.empty()) ::unlink(temporary_.c_str());
+    if (descriptor_ >= 0) ::close(descriptor_);
 }
 
-void AtomicWrite::commit() {
-    if (::rename(temporary_.c_str(), destination_.c_str()) != 0)
+void AtomicWrite::open() {
+    const auto directory = directoryOf(destination_);
+    descriptor_ = ::open(directory.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
+    nameless_ = "/proc/self/fd/" + std::to_string(descriptor_);
+    if (descriptor_ >= 0 && ::access(nameless_.c_str(), F_OK) == 0) return;
+    // Not every file system has files without names, and without /proc they get none. A fault of another kind shows
+    // here again.
+    if (descriptor_ >= 0) ::close(descriptor_);
+    std::string name = directory / ".writing-XXXXXX";
+    descriptor_ = ::mkostemp(name.data(), O_CLOEXEC);  // mode 0600
+    if (descriptor_ < 0) throw CocoaError(Operation::write, errno, destination_);
+    temporary_ = name;
+}
+
+void AtomicWrite::write(const Data& data) {
+    for (std::size_t done = 0; done < data.size();) {
+        const ssize_t count = ::write(descriptor_, data.data() + done, data.size() - done);
+        if (count < 0 && errno != EINTR) throw CocoaError(Operation::write, errno, destination_);
+        if (count > 0) done += static_cast<std::size_t>(count);
+    }
+    if (::fsync(descriptor_) != 0) throw CocoaError(Operation::write, errno, destination_);
+}
+
+/// Gives the file a name; false where there is something of that name.
+bool AtomicWrite::link(const std::filesystem::path& name) {
+    if (::linkat(AT_FDCWD, nameless_.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0) return true;
+    if (errno != EEXIST) throw CocoaError(Operation::write, errno, destination_);
+    return false;
+}
+
+void AtomicWrite::nameTemporary() {
+    std::random_device random;
+    std::filesystem::path name;
+    do {
+        name = directoryOf(destination_) / (".writing-" + std::to_string(random()));
+    } while (!link(name));
+    temporary_ = name;
+}
+
+void AtomicWrite::commit(const std::vector<std::filesystem::path>& predecessors) {
+    // A file that is held loses no more than its name. To free it as well takes ten times as long.
+    std::deque<Descriptor> held;
+    for (const auto& predecessor : predecessors)
+        held.emplace_back(::open(predecessor.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    for (const auto& predecessor : predecessors)
+        Files::remove(predecessor);
+    // Where somebody else was faster to make the destination, it is replaced.
+    if (temporary_.empty() && !link(destination_)) nameTemporary();
+    if (!temporary_.empty() && ::rename(temporary_.c_str(), destination_.c_str()) != 0)
         throw CocoaError(Operation::write, errno, destination_);
     temporary_.clear();
     syncDirectory(directoryOf(destination_));

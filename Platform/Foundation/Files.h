@@ -24,23 +24,33 @@ void remove(const std::filesystem::path& path);
 
 bool exists(const std::filesystem::path& path);
 
-/// Writes a file so that a reader sees the old or the new whole one: a temporary file beside it, synced, then
-/// renamed over it, and the directory synced. The mode is 0600, which stands for the platform's protection class.
+/// Writes a file so that a reader sees the old or the new whole one: a temporary file in the same directory, written
+/// and synced, then put in its place at once, and the directory synced. The mode is 0600, which stands for the
+/// platform's protection class. Where the file system can, the temporary file is written without a name, so that a
+/// writer that is killed in the midst of it leaves nothing behind.
 class AtomicWrite {
 public:
-    /// Writes the bytes to the temporary file; nothing is seen of it yet.
+    /// Writes the bytes to the temporary file; the destination is as it was.
     AtomicWrite(std::filesystem::path destination, const Data& data);
     /// Removes the temporary file unless it was put in place.
     ~AtomicWrite();
     AtomicWrite(const AtomicWrite&) = delete;
     AtomicWrite& operator=(const AtomicWrite&) = delete;
 
-    /// Puts the file in its place.
-    void commit();
+    /// Removes the predecessors, in this order and up to the first failure, and at once puts the file in its place.
+    void commit(const std::vector<std::filesystem::path>& predecessors = {});
 
 private:
+    explicit AtomicWrite(std::filesystem::path destination);
+    void open();
+    void write(const Data& data);
+    bool link(const std::filesystem::path& name);
+    void nameTemporary();
+
     std::filesystem::path destination_;
-    std::string temporary_;
+    int descriptor_ = -1;
+    std::filesystem::path nameless_;   ///< how the system names the open file
+    std::filesystem::path temporary_;  ///< empty while the file has no name, and once it is in place
 };
 
 }  // namespace Files

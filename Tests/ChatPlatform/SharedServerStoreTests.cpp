@@ -1,6 +1,13 @@
 #include "ChatPlatform/SharedServerStore.h"
 
+#include <chrono>
+#include <csignal>
+#include <random>
 #include <unordered_set>
+
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "Foundation/CocoaError.h"
 #include "Foundation/DecodingError.h"
@@ -92,9 +99,10 @@ TEST_F(SharedServerStoreTest, FailuresPassThroughAndLoseNothing) {
     store.save(record("s"));
     std::filesystem::create_directory(store.directory / "new.json");
     EXPECT_THROW((void)store.server("new"), CocoaError);
-    std::filesystem::create_directory(store.directory / "t");
-    EXPECT_THROW(store.save(record("no/such/place")), CocoaError);
     std::filesystem::remove(store.directory / "new.json");
+    std::filesystem::create_directory(store.directory / "t");
+    for (const auto& name : {std::string("no/such/place"), std::string(300, 'x')})
+        EXPECT_THROW(store.save(record(name)), CocoaError) << name;
     EXPECT_EQ(store.server(url), record("s"));
 
     // A file whose record bears another name: what is to be removed is not there.
@@ -102,6 +110,38 @@ TEST_F(SharedServerStoreTest, FailuresPassThroughAndLoseNothing) {
     for (const char* next : {"s", "t"}) EXPECT_THROW(store.save(record(next)), CocoaError) << next;
     EXPECT_THROW(store.removeServer(url), CocoaError);
     EXPECT_THAT(files(), testing::UnorderedElementsAre("misnamed.json", "t"));
+}
+
+using SharedServerStoreLongTest = SharedServerStoreTest;
+
+TEST_F(SharedServerStoreLongTest, WholeRecordsAreReadWhileWritersAreKilledAndAfter) {
+    std::minstd_rand random;
+    for (const bool changesName : {false, true}) {
+        SharedServer records[] = {record("s"), record(changesName ? "t" : "s")};
+        for (auto& written : records) written.signingKey.assign(100'000, written == records[0] ? 'a' : 'b');
+        const std::string texts[] = {records[0].json(), records[1].json()};
+        store.save(records[0]);
+        for (int i = 0; i < 500; ++i) {
+            const pid_t writer = ::fork();
+            if (writer == 0) [&]() noexcept {  // what is thrown ends the process
+                ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+                for (int turn = i;; ++turn) store.save(records[turn % 2]);
+            }();
+            const auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(random() % 4000);
+            while (std::chrono::steady_clock::now() < end) {
+                if (changesName) continue;
+                const auto text = Support::readFile(store.directory / "s.json");
+                ASSERT_TRUE(text == texts[0] || text == texts[1]) << text.size();
+            }
+            ::kill(writer, SIGKILL);
+            int status = 0;
+            ASSERT_TRUE(::waitpid(writer, &status, 0) == writer && WTERMSIG(status) == SIGKILL) << status;
+            const auto left = store.servers();
+            ASSERT_TRUE(left.size() == 1 || (left.empty() && changesName)) << left.size();
+            for (const auto& found : left) ASSERT_TRUE(found == records[0] || found == records[1]);
+        }
+    }
+    EXPECT_LT(files().size(), 50u) << "what killed writers leave behind";
 }
 
 }  // namespace

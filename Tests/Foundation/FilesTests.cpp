@@ -3,8 +3,10 @@
 #include <csignal>
 #include <functional>
 
+#include <sched.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "Foundation/GroupContainer.h"
 #include "Support/Support.h"
@@ -21,7 +23,9 @@ TEST(Files, AreReplacedWholeAndForTheUserAlone) {
     const Support::TemporaryDirectory directory;
     const path file = directory / "file";
     const mode_t mask = ::umask(0);
-    Support::writeFile(file, "old");
+    Files::AtomicWrite first(file, bytes("old"));
+    Support::writeFile(file, "by another in between");
+    first.commit();
     { const Files::AtomicWrite uncommitted(file, bytes("new")); }
 
     rlimit limit{};
@@ -45,6 +49,19 @@ TEST(Files, AreReplacedWholeAndForTheUserAlone) {
         EXPECT_EQ(Support::mode(directory / name), 0700u) << name;
     }
     ::umask(mask);
+}
+
+TEST(Files, AreReplacedWholeWhereTemporaryOnesNeedANameToo) {
+    const Support::TemporaryDirectory directory;
+    const auto replaces = [&] {
+        if (::geteuid() != 0) ::unshare(CLONE_NEWUSER);  // there, anybody may do the next
+        if (::chroot(directory.path().c_str()) != 0 || ::chdir("/") != 0) return false;
+        for (const char* text : {"old", "new"}) put("file", text);  // without /proc, an open file gets no name
+        const Files::AtomicWrite uncommitted("other", {});
+        return Support::readFile("file") == "new" && Files::names(".").size() == 2;
+    };
+    EXPECT_EXIT(std::_Exit(replaces() ? 0 : 1), testing::ExitedWithCode(0), "");
+    EXPECT_THAT(Files::names(directory.path()), testing::ElementsAre("file"));
 }
 
 TEST(Files, SayWhatIsWrong) {
