@@ -47,16 +47,21 @@ TEST(PushSignature, TheFirstFailingCheckDecides) {
     urlKey.back() = '-';
     const std::string good = key().publicKey();
     const std::pair<const char*, std::vector<std::string>> rows[] = {
-        {"ok", {outcome(token()), outcome(token(R"({"alg":"ES256"})"))}},
+        {"ok", {outcome(token()), outcome(token(R"({"alg":"ES256"})")), outcome(with(2, signature + "=")),
+         outcome(with(2, signature + "=="))}},
         // the pieces, before the key
         {"malformed", {outcome(""), outcome("a.b", "?"), outcome(token() + ".", "?"), outcome(with(0, "="), "?"),
-         outcome(with(1, "a"), "?"), outcome(with(2, "a!bc"), "?"), outcome(with(1, encoded(claims) + "\n"), "?")}},
+         outcome(with(1, "a"), "?"), outcome(with(2, "a!bc"), "?"), outcome(with(1, encoded(claims) + "\n"), "?"),
+         outcome(with(2, signature + "==="), "?"), outcome(with(0, encoded(header) + "===="), "?"),
+         outcome(with(1, "YQ==YQ=="), "?")}},
         // the key, before the header
         {"invalidKey", {outcome("..", "?"), outcome(with(0, "bm8"), "?"), outcome(token(), urlKey),
-         outcome(token(), good + "="), outcome(token(), "")}},
+         outcome(token(), good + "="), outcome(token(), good.substr(0, good.size() - 1)),
+         outcome(token(), good.substr(0, good.find('='))), outcome(token(), good + '\n'), outcome(token(), "")}},
         // the header, before the signature
         {"unsupportedAlgorithm", {outcome(with(0, "bm8") + "AAAA"), outcome(with(0, "")),
          outcome(token(R"({"alg":"es256"})")), outcome(token(R"({"alg":"none"})")), outcome(token(R"({"alg":5})")),
+         outcome(token(R"({"alg":"ES384"})")), outcome(token(R"({"alg":"HS256"})")),
          outcome(token(R"({"typ":"JWT"})")), outcome(token(R"(["ES256"])"))}},
         // the signature, before the claims
         {"invalidSignature", {outcome(with(2, "")), outcome(with(2, signature + "AAAA")), outcome(token(), foreign),
