@@ -3,6 +3,7 @@
 #include <map>
 
 #include "ChatPlatform/Keychain.h"
+#include "Security/PrivateSession.h"
 #include "Support/Support.h"
 
 using namespace ChatPlatform;
@@ -45,13 +46,6 @@ struct CredentialStoreTest : testing::Test {
     CredentialStore store{items, {"new", "group"}, Location{"old", std::nullopt}};
 };
 
-TEST_F(CredentialStoreTest, MovesAnOldToken) {
-    items->stored[old] = bytes("token");
-    EXPECT_EQ(store.token(server), "token");
-    EXPECT_EQ(store.token(server), "token");
-    EXPECT_THAT(items->calls, testing::ElementsAre("read new", "read old", "write new", "remove old", "read new"));
-}
-
 TEST_F(CredentialStoreTest, AFailureInTheMoveLosesNothing) {
     for (const char* call : {"read new", "read old", "write new", "remove old"}) {
         SCOPED_TRACE(call);
@@ -85,11 +79,6 @@ TEST_F(CredentialStoreTest, WithoutAnOldLocationNothingElseIsAsked) {
     EXPECT_THAT(items->calls, testing::ElementsAre("read new", "remove new"));
 }
 
-TEST_F(CredentialStoreTest, IllFormedBytesAreRepaired) {
-    items->stored["new https://chat.example"] = {'a', 0xFF, 'b', 0xE2, 0x82};
-    EXPECT_EQ(store.token(server), "a\uFFFDb\uFFFD");
-}
-
 TEST(CredentialStore, TheExtensionsLocation) {
     const CredentialStore plain("group");
     EXPECT_EQ(plain.current, (Location{"com.norvane.tessel.session", "group"}));
@@ -102,10 +91,13 @@ TEST(CredentialStore, AFailureUnknownToTheSystemIsNamedByItsStatus) {
     EXPECT_STREQ(CredentialStore::Failure(12345).what(), "The keychain failed with status 12345.");
 }
 
-TEST(Keychain, WritesOverWhatIsThereAndRemovesWhatIsNot) {
-    const Support::TemporaryDirectory directory;
-    ::setenv("TESSEL_KEYCHAIN", ("file:" + (directory / "keychain").string()).c_str(), 1);
-    const CredentialStore store("group");
+using KeychainTest = EitherStoreTest;
+
+INSTANTIATE_TEST_SUITE_P(, KeychainTest, testing::Values("EmbeddedStore", "SecretService"),
+                         [](const auto& row) { return row.param; });
+
+TEST_P(KeychainTest, KeepsMovesAndRemovesTokens) {
+    const CredentialStore store("group", "before");
     EXPECT_FALSE(store.token(server));
     store.removeToken(server);
     for (const char* token : {"first", "second"}) {
@@ -113,6 +105,19 @@ TEST(Keychain, WritesOverWhatIsThereAndRemovesWhatIsNot) {
         EXPECT_EQ(store.token(server), token);
     }
     EXPECT_FALSE(CredentialStore("another group").token(server));
+    store.removeToken(server);
+    EXPECT_FALSE(store.token(server));
+
+    const Data illFormed = {'a', 0xFF, 'b', 0xE2, 0x82};
+    store.items->write(illFormed, *store.legacy, server.absoluteString());
+    for (int reading = 0; reading < 2; ++reading) EXPECT_EQ(store.token(server), "a\uFFFDb\uFFFD");
+    EXPECT_EQ(store.items->read(store.current, server.absoluteString()), illFormed);
+    EXPECT_FALSE(store.items->read(*store.legacy, server.absoluteString()));
+    if (!session) return;
+    session.reset();
+    session.emplace(directory.path(), PrivateSession::Keyring::locked);
+    const auto isLocked = testing::Throws<CredentialStore::Failure>(CredentialStore::Failure(-25308));
+    EXPECT_THAT([&] { (void)store.token(server); }, isLocked);
 }
 
 }  // namespace

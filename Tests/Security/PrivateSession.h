@@ -3,6 +3,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <stdexcept>
 
 #include "Support/Support.h"
@@ -59,4 +60,17 @@ private:
     std::filesystem::path home_;
     FILE* output_;
     pid_t bus_ = 0;
+};
+
+/// What holds for either store; the environment names the one that is the parameter.
+struct EitherStoreTest : testing::TestWithParam<const char*> {
+    EitherStoreTest() {
+        ::setenv("TESSEL_KEYCHAIN", ("file:" + (directory / "keychain").string()).c_str(), 1);
+        if (GetParam() == std::string("EmbeddedStore")) return;
+        ::unsetenv("TESSEL_KEYCHAIN");
+        session.emplace(directory.path(), PrivateSession::Keyring::unlocked);
+    }
+
+    Support::TemporaryDirectory directory;
+    std::optional<PrivateSession> session;  ///< of the secret service
 };

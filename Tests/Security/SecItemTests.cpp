@@ -32,19 +32,7 @@ std::vector<OSStatus> everyStatus(SecretStore&& store, const GenericPasswordQuer
     return {store.copyMatching(query).status, store.update(query, data), store.add(query, data), store.remove(query)};
 }
 
-/// What holds for either store.
-struct SecItem : testing::TestWithParam<const char*> {
-    SecItem() {
-        ::setenv("TESSEL_KEYCHAIN", ("file:" + (directory_ / "keychain").string()).c_str(), 1);
-        if (GetParam() == "EmbeddedStore"s) return;
-        ::unsetenv("TESSEL_KEYCHAIN");
-        session_ = std::make_unique<PrivateSession>(directory_.path(), Keyring::unlocked);
-    }
-
-private:
-    Support::TemporaryDirectory directory_;
-    std::unique_ptr<PrivateSession> session_;
-};
+using SecItem = EitherStoreTest;
 
 INSTANTIATE_TEST_SUITE_P(, SecItem, testing::Values("EmbeddedStore", "SecretService"),
                          [](const auto& row) { return row.param; });
