@@ -2,7 +2,7 @@
 find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
 find_package(CURL 7.87 REQUIRED)
-find_package(OpenSSL 3.0 REQUIRED COMPONENTS Crypto)
+find_package(OpenSSL 3.0 REQUIRED COMPONENTS Crypto SSL)
 find_package(CLI11 REQUIRED)
 find_package(PNG REQUIRED)
 find_package(simdjson REQUIRED)

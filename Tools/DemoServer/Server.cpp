@@ -20,9 +20,11 @@
 #include <sys/socket.h>
 
 #include <httplib.h>
+#include <openssl/ssl.h>
 
 #include "DemoServer/Picture.h"
 #include "Foundation/JSONCoding.h"
+#include "Foundation/Releaser.h"
 
 namespace DemoServer {
 
@@ -64,9 +66,22 @@ class Connection final : public httplib::Stream {
 public:
     Connection(socket_t socket, std::uint64_t count) : number(count), socket_(socket) {}
 
+    /// Puts TLS between the socket and what follows; false where the client does not go along.
+    bool secure(SSL_CTX* context) {
+        tls_.reset(SSL_new(context));
+        return tls_ && SSL_set_fd(tls_.get(), socket_) == 1 && SSL_accept(tls_.get()) == 1;
+    }
+
+    /// Closes it for the client, even if a child process has inherited the socket. A connection that was to be dropped
+    /// does not take leave as TLS would have it.
+    void shutDown() {
+        if (tls_ && budget > 0) SSL_shutdown(tls_.get());
+        ::shutdown(socket_, SHUT_RDWR);
+    }
+
     ssize_t read(char* target, std::size_t size) override {
         if (next_ == end_) {
-            const ssize_t count = retried([&] { return ::recv(socket_, buffer_.data(), buffer_.size(), 0); });
+            const ssize_t count = retried([&] { return receive(); });
             if (count <= 0) return count;
             next_ = buffer_.data();
             end_ = next_ + count;
@@ -80,7 +95,7 @@ public:
     ssize_t write(const char* bytes, std::size_t size) override {
         const std::size_t allowed = std::min(size, budget);
         if (allowed == 0) return -1;
-        const ssize_t count = retried([&] { return ::send(socket_, bytes, allowed, MSG_NOSIGNAL); });
+        const ssize_t count = retried([&] { return send(bytes, allowed); });
         if (count > 0) budget -= static_cast<std::size_t>(count);
         return count;
     }
@@ -99,13 +114,28 @@ public:
 private:
     template <class Call>
     static ssize_t retried(Call call) {
-        ssize_t count = call();
-        while (count < 0 && errno == EINTR)
+        ssize_t count = 0;
+        do {
+            errno = 0;  // not every failure of TLS sets it
             count = call();
+        } while (count < 0 && errno == EINTR);
         return count;
     }
 
+    ssize_t receive() {
+        if (!tls_) return ::recv(socket_, buffer_.data(), buffer_.size(), 0);
+        return SSL_read(tls_.get(), buffer_.data(), static_cast<int>(buffer_.size()));
+    }
+
+    // OpenSSL writes without MSG_NOSIGNAL; the library has SIGPIPE ignored in the whole process.
+    ssize_t send(const char* bytes, std::size_t size) {
+        if (!tls_) return ::send(socket_, bytes, size, MSG_NOSIGNAL);
+        std::size_t count = 0;
+        return SSL_write_ex(tls_.get(), bytes, size, &count) == 1 ? static_cast<ssize_t>(count) : -1;
+    }
+
     socket_t socket_;
+    std::unique_ptr<SSL, Foundation::Releaser<SSL_free>> tls_;
     std::array<char, 4096> buffer_{};
     const char* next_ = nullptr;
     const char* end_ = nullptr;
@@ -232,19 +262,20 @@ public:
     std::map<std::string, PostContent> posts;
     std::vector<ReceivedRequest> requests;
     std::uint64_t releases = 0;
+    std::optional<DropStage> drop;
 
 private:
     bool process_and_close_socket(socket_t socket) override {
         ::fcntl(socket, F_SETFD, FD_CLOEXEC);
         Connection served(socket, opened(socket));
         connection = &served;
-        bool isOpen = true;
+        bool isOpen = begin(served);
         while (isOpen) {
             bool isClosed = false;
-            isOpen = process_request(served, false, isClosed, begin) && !isClosed && !served.isLast;
+            isOpen = process_request(served, false, isClosed, prepare) && !isClosed && !served.isLast;
         }
         connection = nullptr;
-        ::shutdown(socket, SHUT_RDWR);  // ends it for the client even if a child process has inherited it
+        served.shutDown();
         const std::lock_guard lock(mutex);
         sockets_.erase(socket);
         ::close(socket);
@@ -258,8 +289,19 @@ private:
         return ++connectionCount_;
     }
 
+    /// Whether a new connection has come to where requests are read.
+    bool begin(Connection& served) {
+        std::unique_lock lock(mutex);
+        const auto stage = drop;
+        lock.unlock();
+        if (stage == DropStage::accepted) return false;
+        if (options.certificate && !served.secure(options.certificate->context())) return false;
+        if (stage) served.budget = 0;
+        return !stage;
+    }
+
     /// Nothing is compressed: what goes over the wire is what a behaviour names, byte for byte.
-    static void begin(httplib::Request& request) {
+    static void prepare(httplib::Request& request) {
         connection->headers = request.headers;
         request.headers.erase("Accept-Encoding");
     }
@@ -269,6 +311,7 @@ private:
             const Behavior behavior = await(recorded(request), endpoint);
             answer(endpoint, request, response);
             apply(behavior, response);
+            if (behavior.hasEndlessHead) sendHeadWithoutEnd(response.status);
             if (response.status < 200 || response.status == 204 || response.status == 304)
                 response.body.clear();
             else
@@ -344,6 +387,15 @@ private:
             response.set_content_provider(size, type, send);
     }
 
+    static void sendHeadWithoutEnd(int status) {
+        const auto isSent = [](const std::string& line) { return connection->write(line.data(), line.size()) > 0; };
+        const std::string line = "X-Padding: " + std::string(1000, 'x') + "\r\n";
+        if (!isSent("HTTP/1.1 " + std::to_string(status) + " \r\n")) return;
+        while (isSent(line)) {
+        }
+        connection->budget = 0;  // nothing of the answer itself follows
+    }
+
     bool isServingAfter(std::chrono::milliseconds interval) {
         std::unique_lock lock(mutex);
         return !changed.wait_for(lock, interval, [this] { return isStopping_; });
@@ -364,7 +416,8 @@ const ServerOptions& Server::options() const {
 }
 
 std::string Server::url() const {
-    return "http://127.0.0.1:" + std::to_string(listener_->port) + options().pathPrefix;
+    return (options().certificate ? "https" : "http") + std::string("://127.0.0.1:") + std::to_string(listener_->port) +
+           options().pathPrefix;
 }
 
 std::string Server::push(const Push& push) const {
@@ -381,6 +434,11 @@ void Server::setBehavior(Endpoint endpoint, Behavior behavior) {
         throw std::invalid_argument("a status is a number from 100 to 599");
     const std::lock_guard lock(listener_->mutex);
     listener_->behaviors[endpoint] = std::move(behavior);
+}
+
+void Server::setDrop(std::optional<DropStage> stage) {
+    const std::lock_guard lock(listener_->mutex);
+    listener_->drop = stage;
 }
 
 void Server::release() {

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "DemoServer/Certificate.h"
 #include "DemoServer/Push.h"
 #include "DemoServer/SigningKey.h"
 
@@ -38,10 +39,17 @@ struct Behavior {
     /// The body is this many zero bytes, made while they are sent.
     std::optional<std::uint64_t> declaredSize{};
     bool isEndless = false;                     ///< the body is zero bytes, chunked, until the client hangs up
+    bool hasEndlessHead = false;                ///< header lines are sent until the client hangs up
     std::chrono::milliseconds dripInterval{0};  ///< the body is sent byte by byte, this far apart
 
     /// The connection is closed when this much of the answer has been sent, in bytes from its status line on.
     std::optional<std::size_t> dropAfter{};
+};
+
+/// Where a connection is closed before a request is read.
+enum class DropStage {
+    accepted,  ///< before anything is read
+    secured    ///< behind the TLS handshake; without TLS the same as `accepted`
 };
 
 /// A request as it arrived.
@@ -66,6 +74,7 @@ struct ServerOptions {
     std::string sessionToken = "demo-session-token";  ///< what a client sends as its bearer token
     bool arePicturesPublic = false;                   ///< whether users' pictures are given without that token
     SigningKey key{};
+    std::optional<Certificate> certificate{};  ///< where there is one, all connections are TLS
 };
 
 /// A small chat server on the loopback interface: it makes signed pushes, takes their acknowledgements and
@@ -85,7 +94,7 @@ public:
 
     const ServerOptions& options() const;
 
-    /// "http://127.0.0.1:PORT" and the prefix.
+    /// "http://127.0.0.1:PORT", or with a certificate "https://127.0.0.1:PORT", and the prefix.
     std::string url() const;
 
     /// A push of this server as one compact JSON object. Throws `std::invalid_argument` for text that is not
@@ -99,6 +108,9 @@ public:
     /// For the requests that arrive from now on. Throws `std::invalid_argument` for a status outside 100 to
     /// 599.
     void setBehavior(Endpoint endpoint, Behavior behavior);
+
+    /// For the connections that are accepted from now on; absent: they are served.
+    void setDrop(std::optional<DropStage> stage);
 
     /// Lets go the requests that are held now. Those that arrive later are held anew, while the behaviour
     /// says so.

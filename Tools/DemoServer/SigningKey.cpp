@@ -1,18 +1,15 @@
 #include "DemoServer/SigningKey.h"
 
 #include <algorithm>
-#include <stdexcept>
 
-#include <openssl/bio.h>
 #include <openssl/ec.h>
-#include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 
+#include "DemoServer/OpenSSL.h"
 #include "Foundation/Base64.h"
 #include "Foundation/Files.h"
 #include "Foundation/JSONWriter.h"
-#include "Foundation/Releaser.h"
 
 namespace DemoServer {
 
@@ -23,12 +20,6 @@ namespace {
 using Foundation::Releaser;
 using DigestPointer = std::unique_ptr<EVP_MD_CTX, Releaser<EVP_MD_CTX_free>>;
 using SignaturePointer = std::unique_ptr<ECDSA_SIG, Releaser<ECDSA_SIG_free>>;
-using StreamPointer = std::unique_ptr<BIO, Releaser<BIO_free_all>>;
-
-void require(bool succeeded, const std::string& failure) {
-    ERR_clear_error();
-    if (!succeeded) throw std::runtime_error(failure);
-}
 
 /// Answers the question for a pass phrase, which OpenSSL would otherwise ask on the terminal.
 int noPassPhrase(char*, int, int, void*) {
@@ -56,11 +47,11 @@ SigningKey SigningKey::load(const std::filesystem::path& file) {
 }
 
 void SigningKey::save(const std::filesystem::path& file) const {
-    const StreamPointer stream(BIO_new(BIO_s_mem()));
-    require(stream && PEM_write_bio_PKCS8PrivateKey(stream.get(), key_.get(), nullptr, nullptr, 0, nullptr, nullptr),
-            "the key could not be written as PEM");
-    Data pem(BIO_ctrl_pending(stream.get()));
-    BIO_read(stream.get(), pem.data(), static_cast<int>(pem.size()));
+    const Data pem = written(
+        [this](BIO* stream) {
+            return PEM_write_bio_PKCS8PrivateKey(stream, key_.get(), nullptr, nullptr, 0, nullptr, nullptr) == 1;
+        },
+        "the key could not be written as PEM");
     Foundation::Files::AtomicWrite(file, pem).commit();
 }
 

@@ -6,6 +6,7 @@
 #include <exception>
 #include <filesystem>
 #include <iostream>
+#include <optional>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -52,8 +53,9 @@ std::string environment(const std::string& prefix, const Server& server) {
            assignment(prefix + "_SESSION_TOKEN", options.sessionToken);
 }
 
-/// What a client would know of the servers, and what they send it.
-void writeSession(const std::filesystem::path& directory, Server& server, Server& failing) {
+/// What a client would know of the servers, and what they send it. With an authority, a client is to trust that one.
+void writeSession(const std::filesystem::path& directory, Server& server, Server& failing,
+                  const std::optional<Authority>& authority) {
     std::string pushes;
     std::string stories;
     for (const auto& sample : samples(server, failing)) {
@@ -64,7 +66,13 @@ void writeSession(const std::filesystem::path& directory, Server& server, Server
     const auto write = [&](const char* name, const std::string& text) {
         Files::AtomicWrite(directory / name, Foundation::bytes(text)).commit();
     };
-    write("server.env", environment("TESSEL_DEMO", server) + environment("TESSEL_DEMO_FAILING", failing));
+    std::string trust;
+    if (authority) {
+        const auto file = std::filesystem::absolute(directory / "authority.pem");
+        write("authority.pem", authority->pem());
+        trust = "export " + assignment("SSL_CERT_FILE", file.string());
+    }
+    write("server.env", environment("TESSEL_DEMO", server) + environment("TESSEL_DEMO_FAILING", failing) + trust);
     write("pushes.jsonl", pushes);
     write("stories.txt", stories);
 }
@@ -81,7 +89,8 @@ void waitForEnd(const sigset_t& signals, bool untilEOF) {
 }
 
 void serve(ServerOptions options, const std::filesystem::path& keyFile, const std::filesystem::path& session,
-           const Behavior& acknowledgement, const Behavior& picture, bool untilEOF) {
+           const Behavior& acknowledgement, const Behavior& picture, const std::optional<Authority>& authority,
+           bool untilEOF) {
     // Before any thread is there, so that all of them leave the signals to this one.
     sigset_t signals;
     sigemptyset(&signals);
@@ -93,16 +102,19 @@ void serve(ServerOptions options, const std::filesystem::path& keyFile, const st
         options.key = SigningKey::load(keyFile);
     else if (!keyFile.empty())
         options.key.save(keyFile);
+    if (authority) options.certificate = authority->issue();
     // A second one, which fails, for the one push that shows it.
-    ServerOptions failingOptions{
-        .serverID = "demo-server-that-fails", .deviceToken = options.deviceToken, .sessionToken = randomToken()};
+    ServerOptions failingOptions{.serverID = "demo-server-that-fails",
+                                 .deviceToken = options.deviceToken,
+                                 .sessionToken = randomToken(),
+                                 .certificate = options.certificate};
     Server failing(std::move(failingOptions));
     failing.setBehavior(Endpoint::acknowledgement, {.status = 500});
     Server server(std::move(options));
     server.setBehavior(Endpoint::acknowledgement, acknowledgement);
     server.setBehavior(Endpoint::userPicture, picture);
     server.setBehavior(Endpoint::publicPicture, picture);
-    if (!session.empty()) writeSession(session, server, failing);
+    if (!session.empty()) writeSession(session, server, failing, authority);
     std::cout << "listening on " << server.url() << std::endl;
     waitForEnd(signals, untilEOF);
 }
@@ -113,6 +125,7 @@ int main(int argc, char** argv) {
     ServerOptions options{.deviceToken = randomToken(), .sessionToken = randomToken()};
     Behavior acknowledgement;
     Behavior picture;
+    std::optional<Authority> authority;
     std::filesystem::path session;
     std::filesystem::path keyFile;
     unsigned delay = 0;
@@ -130,11 +143,18 @@ int main(int argc, char** argv) {
         ->type_name("PATH");
     app.add_option("--key", keyFile, "PEM file with the P-256 key to sign with; made where there is none")
         ->type_name("FILE");
-    app.add_option("--session", session,
-                   "Directory for what a client knows (server.env, for the shell), for pushes to\n"
-                   "try (pushes.jsonl) and what becomes of each (stories.txt); made where there\n"
-                   "is none")
-        ->type_name("DIRECTORY");
+    CLI::Option* sessionOption =
+        app.add_option("--session", session,
+                       "Directory for what a client knows (server.env, for the shell), for pushes to\n"
+                       "try (pushes.jsonl) and what becomes of each (stories.txt); made where there\n"
+                       "is none")
+            ->type_name("DIRECTORY");
+    app.add_flag_callback(
+           "--tls", [&] { authority.emplace(); },
+           "Serve https, with a certificate for 127.0.0.1 and localhost from a new authority,\n"
+           "which goes into the session's directory (authority.pem); server.env exports\n"
+           "SSL_CERT_FILE, by which clients trust it")
+        ->needs(sessionOption);
     app.add_flag("--until-eof", untilEOF, "End when standard input ends, too");
 
     const CLI::Range statuses(100, 599);
@@ -163,7 +183,7 @@ int main(int argc, char** argv) {
         acknowledgement.delay = picture.delay = std::chrono::milliseconds(delay);
         if (isGarbage) acknowledgement.body = "<html>";
         if (isDropped) acknowledgement.dropAfter = 0;
-        serve(std::move(options), keyFile, session, acknowledgement, picture, untilEOF);
+        serve(std::move(options), keyFile, session, acknowledgement, picture, authority, untilEOF);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 2;
     } catch (const std::exception& error) {
