@@ -13,6 +13,7 @@
 #include <utility>
 
 #include <curl/curl.h>
+#include <openssl/x509_vfy.h>
 
 #include "Foundation/DynamicLibrary.h"
 #include "Foundation/GroupContainer.h"
@@ -131,7 +132,28 @@ int watch(void* target, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent) noe
     return exchange.timedOut ? 1 : 0;
 }
 
-Code codeFor(CURLcode result) {
+/// Why the certificate was refused, in the numbers of the TLS library that libcurl stands on. A certificate that is good
+/// but for another name has none.
+Code certificateCode(CURL* handle) {
+    long reason = X509_V_OK;
+    Library::shared().curl_easy_getinfo(handle, CURLINFO_SSL_VERIFYRESULT, &reason);
+    switch (reason) {
+        case X509_V_ERR_CERT_HAS_EXPIRED:
+            return Code::serverCertificateHasBadDate;
+        case X509_V_ERR_CERT_NOT_YET_VALID:
+            return Code::serverCertificateNotYetValid;
+        case X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT:
+        case X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN:
+        case X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT:
+        case X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY:
+        case X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE:
+            return Code::serverCertificateHasUnknownRoot;
+        default:
+            return Code::serverCertificateUntrusted;
+    }
+}
+
+Code codeFor(CURLcode result, CURL* handle) {
     switch (result) {
         case CURLE_URL_MALFORMAT:
             return Code::unsupportedURL;
@@ -143,7 +165,7 @@ Code codeFor(CURLcode result) {
         case CURLE_OPERATION_TIMEDOUT:
             return Code::timedOut;
         case CURLE_PEER_FAILED_VERIFICATION:
-            return Code::serverCertificateUntrusted;
+            return certificateCode(handle);
         case CURLE_SSL_CONNECT_ERROR:
         case CURLE_SSL_CIPHER:
         case CURLE_SSL_CACERT_BADFILE:
@@ -355,7 +377,7 @@ std::pair<Data, long> CurlSession::perform(void* handle, const URLRequest& reque
     if (exchange.tooLarge) throw URLError(Code::dataLengthExceedsMaximum);
     if (exchange.timedOut) throw URLError(Code::timedOut);
     if (exchange.outOfMemory) throw std::bad_alloc();
-    if (result != CURLE_OK) throw URLError(codeFor(result));
+    if (result != CURLE_OK) throw URLError(codeFor(result, handle));
     if (!exchange.hasWholeHead) throw URLError(Code::networkConnectionLost);
     long status = 0;
     Library::shared().curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &status);

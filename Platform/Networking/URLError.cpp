@@ -28,8 +28,14 @@ const char* URLError::what() const noexcept {
             return "The answer is too large.";
         case Code::secureConnectionFailed:
             return "A secure connection to the server could not be made.";
+        case Code::serverCertificateHasBadDate:
+            return "The server's certificate has expired.";
         case Code::serverCertificateUntrusted:
             return "The server's certificate is not trusted.";
+        case Code::serverCertificateHasUnknownRoot:
+            return "The server's certificate is from an unknown authority.";
+        case Code::serverCertificateNotYetValid:
+            return "The server's certificate is not valid yet.";
         case Code::cannotSendHeader:
             return "A header of the request cannot be sent.";
     }

@@ -19,7 +19,10 @@ public:
         cannotDecodeContentData = -1016,
         dataLengthExceedsMaximum = -1103,
         secureConnectionFailed = -1200,
-        serverCertificateUntrusted = -1202,
+        serverCertificateHasBadDate = -1201,
+        serverCertificateUntrusted = -1202,  ///< for another name, or not fit for its use
+        serverCertificateHasUnknownRoot = -1203,
+        serverCertificateNotYetValid = -1204,
         cannotSendHeader = -3000  ///< ours: a header's value holds a line break or a NUL
     };
 

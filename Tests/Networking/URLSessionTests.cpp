@@ -6,8 +6,10 @@
 
 #include "DemoServer/Server.h"
 #include "Networking/CurlSession.h"
+#include "Support/Support.h"
 
 using namespace Foundation;
+using namespace std::chrono_literals;
 using namespace std::string_literals;
 using Code = URLError::Code;
 using DemoServer::Behavior;
@@ -17,7 +19,11 @@ using Headers = std::vector<std::pair<std::string, std::string>>;
 namespace {
 
 struct CurlSessionTest : testing::Test {
-    CurlSessionTest() { ::setenv("no_proxy", "*", 1); }
+    CurlSessionTest() {
+        ::setenv("no_proxy", "*", 1);
+        Support::writeFile(directory / "authority.pem", issuer.pem());
+        ::setenv("SSL_CERT_FILE", (directory / "authority.pem").c_str(), 1);
+    }
 
     /// The answer's status, or the error's code, which is negative. A POST has a body and the token.
     int outcome(const std::string& url, const std::string& method = "GET", Headers headers = {}) {
@@ -32,14 +38,18 @@ struct CurlSessionTest : testing::Test {
             return error(failure.code());
         }
     }
-    int outcomeOf(const Behavior& behavior) {
-        server.setBehavior(Endpoint::publicPicture, behavior);
-        return outcome(picture);
+    int outcomeOf(const Behavior& behavior) { return outcomeOf(behavior, server); }
+    int outcomeOf(const Behavior& behavior, DemoServer::Server& asked) {
+        asked.setBehavior(Endpoint::publicPicture, behavior);
+        return outcome(asked.url() + "/pictures/a");
     }
     static constexpr int error(Code code) { return static_cast<int>(code); }
     static constexpr int lost = static_cast<int>(Code::networkConnectionLost);
 
+    Support::TemporaryDirectory directory;
+    DemoServer::Authority issuer;
     DemoServer::Server server;
+    DemoServer::Server secure{{.certificate = issuer.issue()}};
     CurlSession session;
     const std::string picture = server.url() + "/pictures/a";
     const std::string acknowledgement = server.url() + "/api/v4/notifications/ack";
@@ -67,11 +77,12 @@ TEST_F(CurlSessionTest, KeepsTheConnection) {
 TEST_F(CurlSessionTest, RedirectsWithoutTheAuthorizationOfAnotherPort) {
     const DemoServer::Server other;
     for (const int status : {301, 302, 303, 307, 308})
-        for (const std::string& location : {other.url() + "/x", "/x"s}) {
-            SCOPED_TRACE(std::to_string(status) + " to " + location);
-            server.setBehavior(Endpoint::acknowledgement, {.status = status, .location = location});
-            EXPECT_EQ(outcome(acknowledgement, "POST"), 404);
-            const auto last = (location == "/x" ? server : other).received().back();
+        for (const auto& [from, location] : {std::pair(&server, other.url() + "/x"), {&server, "/x"}, {&secure, "/x"},
+                                             {&secure, other.url() + "/x"}}) {
+            SCOPED_TRACE(std::to_string(status) + " from " + from->url() + " to " + location);
+            from->setBehavior(Endpoint::acknowledgement, {.status = status, .location = location});
+            ASSERT_EQ(outcome(from->url() + "/api/v4/notifications/ack", "POST"), 404);
+            const auto last = (location == "/x" ? *from : other).received().back();
             EXPECT_EQ(last.path, "/x");
             EXPECT_EQ(last.method + last.body, status < 307 ? "GET" : "POST{}");
             EXPECT_EQ(last.headers.contains("authorization"), location == "/x");
@@ -93,14 +104,34 @@ TEST_F(CurlSessionTest, TakesAnswersUpToTheLimit) {
     for (const std::uint64_t size : {std::uint64_t{limit} + 1, std::uint64_t{1} << 60})
         EXPECT_EQ(outcomeOf({.declaredSize = size}), error(Code::dataLengthExceedsMaximum)) << size;
     EXPECT_EQ(outcomeOf({.isEndless = true}), error(Code::dataLengthExceedsMaximum));
+    EXPECT_EQ(outcomeOf({.hasEndlessHead = true}), error(Code::dataLengthExceedsMaximum));
 }
 
 TEST_F(CurlSessionTest, NoticesWhereverTheConnectionIsLost) {
     std::size_t end = 0;
     while (end < 1000 && outcomeOf({.body = "the whole body", .dropAfter = end}) == lost) ++end;
     EXPECT_EQ(body, "the whole body") << "after " << end << " bytes";
+    // TLS' own bytes do not count.
+    EXPECT_EQ(outcomeOf({.body = "the whole body", .dropAfter = end - 1}, secure), lost);
+    EXPECT_EQ(outcomeOf({.body = "the whole body", .dropAfter = end}, secure), 200);
     for (const std::size_t drop : {100, 200, 1000, 100'000})
         EXPECT_EQ(outcomeOf({.isEndless = true, .dropAfter = drop}), lost) << drop;
+}
+
+TEST_F(CurlSessionTest, TrustsACertificateForItsNameAndTimeAlone) {
+    const std::pair<DemoServer::Certificate, int> rows[] = {
+        {issuer.issue(), 200},
+        {issuer.issue({.names = {"localhost", "127.0.0.2"}}), error(Code::serverCertificateUntrusted)},
+        {DemoServer::Authority().issue(), error(Code::serverCertificateHasUnknownRoot)},
+        {issuer.issue({.notAfter = -1s}), error(Code::serverCertificateHasBadDate)},
+        {issuer.issue({.notBefore = 1h}), error(Code::serverCertificateNotYetValid)}};
+    for (const auto& [certificate, expected] : rows) {
+        const DemoServer::Server asked({.certificate = certificate});
+        for (int i = 0; i < 2; ++i) EXPECT_EQ(outcome(asked.url() + "/pictures/a"), expected);
+        const auto requests = asked.received();
+        EXPECT_EQ(requests.size(), expected == 200 ? 2U : 0U) << expected;
+        for (const auto& request : requests) EXPECT_EQ(request.connection, 1U);
+    }
 }
 
 TEST_F(CurlSessionTest, PassesEveryStatusOn) {
