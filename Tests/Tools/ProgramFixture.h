@@ -4,6 +4,10 @@
 #include <map>
 #include <sstream>
 
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+
 #include "DemoServer/Server.h"
 #include "Support/Support.h"
 
@@ -11,6 +15,7 @@ struct Outcome {
     int status = -1;
     std::string output;
     std::string errors;
+    long peak = 0;  ///< its memory in KiB
 
     /// The lines of the output, each a JSON object.
     std::vector<Foundation::Dictionary> lines() const {
@@ -25,6 +30,7 @@ inline std::string contentText(const Foundation::Dictionary& line, const char* k
     return Foundation::textOrEmpty(*line.at("content").dictionary(), key);
 }
 
+/// The programs as processes of their own, with their own records and secrets, beside a chat server.
 struct ProgramTest : testing::Test {
     Support::TemporaryDirectory directory;
     DemoServer::Server server;
@@ -32,16 +38,34 @@ struct ProgramTest : testing::Test {
         {"TESSEL_GROUP_CONTAINERS", (directory / "containers").string()},
         {"TESSEL_KEYCHAIN", "file:" + (directory / "keychain").string()}, {"LC_ALL", "C"}};
 
-    /// Runs a program to its end, its input being a text.
-    Outcome run(const std::vector<std::string>& command, const std::string& input = "") {
-        Support::writeFile(directory / "in", input);
-        std::string line = "cd '" + directory.path().string() + "' && exec env -u HOME -u XDG_DATA_HOME -u LANGUAGE "
+    /// The programs come to this process when the shell that starts them has left: a child of its own would be taken
+    /// to have needed the memory that this process had when it was made.
+    ProgramTest() { ::prctl(PR_SET_CHILD_SUBREAPER, 1); }
+
+    /// Starts a program, its files being in the directory; it is the next child of this process to be waited for.
+    void start(const std::vector<std::string>& command, const std::string& input, const std::string& output) {
+        std::string line = "cd '" + directory.path().string() + "'; exec env -u HOME -u XDG_DATA_HOME -u LANGUAGE "
                            "-u LANG -u TESSEL_BUNDLE";
         for (const auto& [name, value] : environment) line += " '" + name + '=' + value + '\'';
         for (const auto& argument : command) line += " '" + argument + '\'';
-        const int status = std::system((line + " < in > out 2> err").c_str());
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), Support::readFile(directory / "out"),
-                Support::readFile(directory / "err")};
+        line += " < " + input + " > " + output + " 2> err & echo $! > process";
+        ASSERT_EQ(std::system(line.c_str()), 0);
+    }
+    /// Waits for its end; the status, or the signal, which is negative.
+    Outcome ended() {
+        int status = 0;
+        rusage usage{};
+        ::wait4(std::stoi(Support::readFile(directory / "process")), &status, 0, &usage);
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), "", Support::readFile(directory / "err"),
+                usage.ru_maxrss};
+    }
+    /// Runs a program to its end, its input being a text.
+    Outcome run(const std::vector<std::string>& command, const std::string& input = "") {
+        Support::writeFile(directory / "in", input);
+        start(command, "in", "out");
+        auto outcome = ended();
+        outcome.output = Support::readFile(directory / "out");
+        return outcome;
     }
     Outcome tessel(std::vector<std::string> arguments, const std::string& input = "") {
         arguments.insert(arguments.begin(), TESSEL_PROGRAM);
@@ -52,12 +76,13 @@ struct ProgramTest : testing::Test {
         return tessel(std::move(arguments), input);
     }
 
-    void signIn() {
-        const auto& options = server.options();
-        const auto added = tessel({"server", "add", "--url", server.url(), "--id", options.serverID, "--signing-key",
+    void signIn() { signIn(server); }
+    void signIn(const DemoServer::Server& to) {
+        const auto& options = to.options();
+        const auto added = tessel({"server", "add", "--url", to.url(), "--id", options.serverID, "--signing-key",
                                    options.key.publicKey(), "--user", "me", "--device-token", options.deviceToken});
         ASSERT_EQ(added.errors, "");
-        ASSERT_EQ(tessel({"token", "set", server.url()}, options.sessionToken + "\r\nrest").status, 0);
+        ASSERT_EQ(tessel({"token", "set", to.url()}, options.sessionToken + "\r\nrest").status, 0);
     }
 
     std::string message(const std::string& post = "post-1") const {

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <set>
 
-#include "ProgramFixture.h"
+#include "Tools/ProgramFixture.h"
 
 // The programs as other tools call them: real processes, real files, a real server.
 

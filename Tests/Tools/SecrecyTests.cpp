@@ -1,6 +1,6 @@
 #include <sys/stat.h>
 
-#include "ProgramFixture.h"
+#include "Tools/ProgramFixture.h"
 
 using namespace std::string_literals;
 using namespace testing;
