@@ -68,7 +68,8 @@ void SharedServerStore::save(const SharedServer& server) const {
     for (const auto& old : servers())
         if (old.url == server.url && (old.serverID != server.serverID || !Files::exists(target)))
             others.push_back(file(old.serverID));
-    // Between the removal of an old record and the appearance of the new one there is none: all else is done before.
+    // From the removal of an old record to the appearance of the new one there is no record of the URL: everything that
+    // takes time is done before.
     Files::AtomicWrite(target, Foundation::bytes(server.json())).commit(others);
 }
 

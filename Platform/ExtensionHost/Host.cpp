@@ -174,10 +174,10 @@ void Host::Core::watchTime() {
             timetableChanged_.wait_until(lock, when);
             continue;
         }
-        const RequestPointer request = next->second;
+        RequestPointer request = std::move(next->second);
         timetable_.erase(next);
         lock.unlock();
-        takeStep(request);
+        takeStep(std::exchange(request, nullptr));  // it may be the last to hold it
         lock.lock();
     }
 }

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <csignal>
 #include <cstdio>
+#include <new>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -109,6 +110,7 @@ private:
         ::signal(signal, SIG_DFL);
         ::pthread_sigmask(SIG_UNBLOCK, &set_, nullptr);
         ::raise(signal);
+        leave(128 + signal);  // the first process of a container survives its own signals
     }
 
     sigset_t set_{};
@@ -118,6 +120,7 @@ private:
 }  // namespace
 
 void main(int argc, char** argv, const std::function<void()>& checkBundle, Host::ServiceFactory makeService) {
+    Foundation::holdStandardStreams();
     const auto parsed = parseCommandLine(argc, argv);
     if (const int* status = std::get_if<int>(&parsed)) leave(*status);
     const auto& settings = std::get<CommandLine>(parsed);
@@ -126,6 +129,7 @@ void main(int argc, char** argv, const std::function<void()>& checkBundle, Host:
     // A server that goes away is an error of one operation, not the end of the process.
     std::signal(SIGPIPE, SIG_IGN);
     EndSignals signals;
+    std::atomic<bool> allGood = true;
     Host host(settings.host, std::move(makeService), [&](const DeliveredPush& push) {
         try {
             Foundation::writeToStandardOutput(settings.asJSON ? line(push, settings.images) : picture(push));
@@ -133,11 +137,14 @@ void main(int argc, char** argv, const std::function<void()>& checkBundle, Host:
             // Nobody reads what is delivered: there is nothing left to wait for.
             Foundation::reportError("standard output: " + error.code().message());
             leave(someInputWasBad);
+        } catch (const std::bad_alloc&) {
+            allGood = false;
+            throw;
         }
     });
     signals.watch(host);
     PushInput input(settings.files);
-    const bool allGood = input.read([&](Push push) { return host.receive(std::move(push)); });
+    if (!input.read([&](Push push) { return host.receive(std::move(push)); })) allGood = false;
     host.finish();
     signals.giveWay();
     leave(allGood ? 0 : someInputWasBad);

@@ -13,7 +13,7 @@ namespace {
 
 }  // namespace
 
-DynamicLibrary::DynamicLibrary(const std::string& name) : handle_(::dlopen(name.c_str(), RTLD_LAZY | RTLD_NODELETE)) {
+DynamicLibrary::DynamicLibrary(const std::string& name) : handle_(::dlopen(name.c_str(), RTLD_NOW | RTLD_NODELETE)) {
     if (handle_ == nullptr) fail();
 }
 

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <deque>
+#include <memory>
 #include <random>
 #include <utility>
 
@@ -9,6 +10,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include "Foundation/Releaser.h"
 
 namespace Foundation::Files {
 
@@ -71,17 +74,17 @@ Data read(const std::filesystem::path& path) {
 }
 
 std::vector<std::string> names(const std::filesystem::path& directory) {
-    DIR* const stream = ::opendir(systemPath(directory, Operation::read));
-    if (stream == nullptr) throw CocoaError(Operation::read, errno, directory);
+    const std::unique_ptr<DIR, Releaser<::closedir>> stream(::opendir(systemPath(directory, Operation::read)));
+    if (!stream) throw CocoaError(Operation::read, errno, directory);
     std::vector<std::string> names;
-    errno = 0;
-    while (const dirent* entry = ::readdir(stream)) {
+    while (true) {
+        errno = 0;  // the end and an error look alike
+        const dirent* const entry = ::readdir(stream.get());
+        if (entry == nullptr) break;
         const std::string_view name = entry->d_name;
         if (name != "." && name != "..") names.emplace_back(name);
     }
-    const int error = errno;
-    ::closedir(stream);
-    if (error != 0) throw CocoaError(Operation::read, error, directory);
+    if (errno != 0) throw CocoaError(Operation::read, errno, directory);
     return names;
 }
 

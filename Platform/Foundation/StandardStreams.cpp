@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <system_error>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -48,6 +49,11 @@ std::optional<StandardInput::Line> StandardInput::next() {
     Line line{buffer_.substr(start_), false};
     start_ = buffer_.size();
     return line;
+}
+
+void holdStandardStreams() {
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (::fcntl(descriptor, F_GETFD) < 0) ::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
 }
 
 void writeToStandardOutput(std::string_view text) {

@@ -23,6 +23,10 @@ private:
     bool atEnd_ = false;
 };
 
+/// Takes the places of standard streams that the process was started without, so that nothing else that is opened gets
+/// them, and with it what is meant for them: reading and writing there stay errors. To be called first of all.
+void holdStandardStreams();
+
 /// Writes all of the text to standard output at once. Throws `std::system_error`.
 void writeToStandardOutput(std::string_view text);
 

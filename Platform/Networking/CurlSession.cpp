@@ -17,6 +17,7 @@
 
 #include "Foundation/DynamicLibrary.h"
 #include "Foundation/GroupContainer.h"
+#include "os/Logger.h"
 
 namespace Foundation {
 
@@ -32,7 +33,8 @@ struct Library {
         try {
             static const Library library;
             return library;
-        } catch (const std::runtime_error&) {
+        } catch (const std::runtime_error& error) {
+            os::Logger("com.norvane.tessel", "Networking").error("No request can be made: ", os::Public{error.what()});
             throw URLError(Code::unknown);
         }
     }
@@ -62,7 +64,7 @@ void load() {
     try {
         (void)Library::shared();
     } catch (const std::exception&) {
-        // The first request meets the same failure, and tells it.
+        // It is told, and met by each request in its turn.
     }
 }
 

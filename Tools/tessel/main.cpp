@@ -33,6 +33,7 @@ void addModelCommand(CLI::App& app, std::string& name, std::string& bundle, int&
 }  // namespace
 
 int main(int argc, char** argv) {
+    Foundation::holdStandardStreams();
     if (argc > 1 && std::string_view(argv[1]) == "push") return tessel::runPush(argc, argv);
 
     int status = tessel::done;
