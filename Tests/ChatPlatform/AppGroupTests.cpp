@@ -1,37 +1,30 @@
 #include "ChatPlatform/AppGroup.h"
 
-#include "ChatPlatform/SharedServerStore.h"
 #include "Support/Support.h"
 
 using ChatPlatform::AppGroup;
 
 namespace {
 
-auto bundle(const Support::TemporaryDirectory& directory, const std::string& entries) {
+AppGroup groupIn(const std::string& entries) {
+    const Support::TemporaryDirectory directory;
     Support::writeFile(directory / "Contents/Info.plist", "<plist><dict>" + entries + "</dict></plist>");
-    return Foundation::Bundle::open(directory.path());
+    return AppGroup(*Foundation::Bundle::open(directory.path()));
 }
 
-const std::string group = "<key>TesselKeychainGroup</key><string>keys</string>";
-
 TEST(AppGroup, ReadsTheInformation) {
-    const Support::TemporaryDirectory directory;
-    const AppGroup both(*bundle(directory, group + "<key>TesselAppGroup</key><string>g</string>"));
-    EXPECT_EQ(both.keychainGroup, "keys");
-    EXPECT_EQ(both.identifier, "g");
-    for (const char* rest : {"", "<key>TesselAppGroup</key><string></string>", "<key>TesselAppGroup</key><true/>"}) {
-        const AppGroup alone(*bundle(directory, group + rest));
-        EXPECT_EQ(alone.identifier, std::nullopt) << rest;
-        EXPECT_FALSE(ChatPlatform::SharedServerStore::make(alone)) << rest;
+    const std::string key = "<key>TesselAppGroup</key>", keychain = "<key>TesselKeychainGroup</key><string>k</string>";
+    EXPECT_EQ(groupIn(keychain + key + "<string>g</string>").identifier, "g");
+    EXPECT_EQ(groupIn(keychain).keychainGroup, "k");
+    for (const auto& none : {std::string(), key + "<string></string>", key + "<true/>"}) {
+        EXPECT_EQ(groupIn(keychain + none).identifier, std::nullopt) << none;
+        EXPECT_EQ(groupIn(keychain + none).containerURL(), std::nullopt) << none;
     }
 }
 
-TEST(AppGroupDeathTest, AMissingKeychainGroupStopsTheProcess) {
-    const Support::TemporaryDirectory directory;
-    for (const char* entries : {"", "<key>TesselKeychainGroup</key><integer>1</integer>", "<dict>damaged"})
-        EXPECT_EXIT(AppGroup(*bundle(directory, entries)), testing::ExitedWithCode(70),
-                    "ChatPlatform/AppGroup: Fatal error: .*TesselKeychainGroup")
-            << entries;
+TEST(AppGroupDeathTest, AKeychainGroupThatIsNoTextStopsTheProcess) {
+    EXPECT_EXIT(groupIn("<key>TesselKeychainGroup</key><integer>1</integer>"), testing::ExitedWithCode(70),
+                "Fatal error: .*TesselKeychainGroup");
 }
 
 }  // namespace
