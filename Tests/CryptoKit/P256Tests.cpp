@@ -1,8 +1,5 @@
 #include "CryptoKit/P256.h"
 
-#include <string>
-#include <tuple>
-
 #include <gtest/gtest.h>
 #include <openssl/core_names.h>
 #include <openssl/ec.h>
@@ -69,10 +66,8 @@ TEST(ECDSASignature, IsVerified) {
                                    "4861F0491E6998B9455193E34E7B0D284DDD7149A74B95B9261F13ABDE940954";
     const std::tuple<std::string, const char*, bool> rows[] = {
         {r + s, "sample", true}, {published, "test", true}, {leadingZeros, "sample", true}, {r + s, "sample2", false},
-        {s + r, "sample", false}, {zero + s, "sample", false}, {r + zero, "sample", false},
-        {zero + zero, "sample", false}, {order + s, "sample", false}, {r + order, "sample", false},
-        {std::string(64, 'F') + s, "sample", false}, {r + std::string(64, 'F'), "sample", false},
-        {overSHA384, "sample", false}};
+        {zero + s, "sample", false}, {r + zero, "sample", false}, {order + s, "sample", false},
+        {r + order, "sample", false}, {overSHA384, "sample", false}};
     const PublicKey publicKey(hex(key));
     for (const auto& [signature, text, isValid] : rows)
         EXPECT_EQ(publicKey.isValidSignature(ECDSASignature(hex(signature)), text), isValid) << signature;
