@@ -6,6 +6,24 @@
 #include "Support/Support.h"
 #include "UserNotifications/UNNotificationServiceExtension.h"
 
+/// A message, but for what the members, each behind a comma, say.
+inline ChatModel::PushPayload payload(const std::string& members) {
+    return ChatModel::PushPayload::make(Support::dictionary(R"({"type":"message")" + members + "}")).value();
+}
+
+/// A session whose answers a test gives when it wants to: a request waits until it is answered.
+struct GatedSession final : Foundation::URLSession {
+    using Answer = std::pair<Foundation::Data, Foundation::HTTPURLResponse>;
+    Support::Queue<Foundation::URLRequest> requests;
+    Support::Queue<Answer> answers;
+
+    Answer data(const Foundation::URLRequest& request) override {
+        requests.push(request);
+        return answers.pop();
+    }
+    void answer(int status, const std::string& body = "") { answers.push({Foundation::bytes(body), {status}}); }
+};
+
 /// A chat server on loopback to which a user is signed in, with a real store of records and of secrets, a system
 /// that takes donations, and the log.
 struct PushFixture : testing::Test {
