@@ -28,18 +28,15 @@ public:
         if (::mkdtemp(name.data()) == nullptr) throw std::filesystem::filesystem_error("mkdtemp", {});
         path_ = name;
     }
-    ~TemporaryDirectory() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    TemporaryDirectory(const TemporaryDirectory&) = delete;
-    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+    ~TemporaryDirectory() { remove_all(path_, ignored_); }
+    TemporaryDirectory(TemporaryDirectory&&) = delete;
 
     std::filesystem::path operator/(std::string_view name) const { return path_ / name; }
     const std::filesystem::path& path() const { return path_; }
 
 private:
     std::filesystem::path path_;
+    std::error_code ignored_;
 };
 
 inline void writeFile(const std::filesystem::path& path, std::string_view text) {
@@ -52,9 +49,7 @@ inline std::string readFile(const std::filesystem::path& path) {
 }
 
 /// The permissions of a file.
-inline unsigned mode(const std::filesystem::path& file) {
-    return static_cast<unsigned>(std::filesystem::status(file).permissions());
-}
+inline auto mode(const std::filesystem::path& file) { return unsigned(std::filesystem::status(file).permissions()); }
 
 /// The dictionary in a JSON object.
 inline Foundation::Dictionary dictionary(std::string_view json) { return Foundation::parseDictionary(json); }
@@ -82,10 +77,6 @@ public:
         values_.pop_front();
         return value;
     }
-    bool isEmpty() {
-        const std::lock_guard lock(mutex_);
-        return values_.empty();
-    }
 
 private:
     std::mutex mutex_;
@@ -103,8 +94,7 @@ public:
         });
     }
     ~LogRecorder() { os::setLogSink({}); }
-    LogRecorder(const LogRecorder&) = delete;
-    LogRecorder& operator=(const LogRecorder&) = delete;
+    LogRecorder(LogRecorder&&) = delete;
 
     /// The entries since it was asked last.
     std::vector<std::string> lines() {

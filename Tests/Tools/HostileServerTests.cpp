@@ -28,16 +28,14 @@ TEST_F(HostileServerTest, CostsNeitherTheTextNorTheTokenNorMemory) {
     const auto good = authority.issue();
     Server bystander;
     const std::string away = bystander.url() + "/x";
+    const auto redirect = [](const std::string& to) { return Behavior{.status = 307, .location = to}; };
     const Row rows[] = {
-        {"no harm", Harm::none, {}, good},
-        {"1 GB", Harm::answer, {.declaredSize = 1U << 30}},
-        {"endless", Harm::answer, {.isEndless = true}, good},
-        {"endless head", Harm::answer, {.hasEndlessHead = true}},
-        {"slow drip", Harm::time, {.dripInterval = 50ms}},
-        {"redirect loop", Harm::answer, {.status = 307, .location = "?again"}},
-        {"redirect to another port", Harm::answer, {.status = 307, .location = away}},
-        {"redirect to another host", Harm::answer, {.status = 307, .location = onLocalhost(away)}},
-        {"redirect out of TLS", Harm::answer, {.status = 307, .location = away}, good},
+        {"no harm", Harm::none, {}, good}, {"1 GB", Harm::answer, {.declaredSize = 1U << 30}},
+        {"endless", Harm::answer, {.isEndless = true}, good}, {"endless head", Harm::answer, {.hasEndlessHead = true}},
+        {"slow drip", Harm::time, {.dripInterval = 50ms}}, {"redirect loop", Harm::answer, redirect("?again")},
+        {"redirect to another port", Harm::answer, redirect(away)},
+        {"redirect to another host", Harm::answer, redirect(onLocalhost(away))},
+        {"redirect out of TLS", Harm::answer, redirect(away), good},
         {"dropped without an answer", Harm::answer, {.dropAfter = 0}},
         {"dropped in the head", Harm::answer, {.dropAfter = 20}},
         {"dropped in 1 GB", Harm::answer, {.declaredSize = 1U << 30, .dropAfter = 100'000}},
@@ -61,8 +59,8 @@ TEST_F(HostileServerTest, CostsNeitherTheTextNorTheTokenNorMemory) {
             hostile.setBehavior(endpoint, row.behavior);
             for (auto* each : {&hostile, &bystander}) each->forgetRequests();
             const auto payload = (isElsewhere ? server : hostile).push(
-                {.postID = "post-1", .senderID = "a", .overrideIconURL = icon, .isIDLoaded = true, .body = "A message"});
-            const auto outcome = push({"--time-limit", row.harm == Harm::time ? "0.5" : "30"}, payload);
+                {.postID = "p", .senderID = "a", .overrideIconURL = icon, .isIDLoaded = true, .body = "A message"});
+            const auto outcome = tessel({"push", "--time-limit", row.harm == Harm::time ? "0.5" : "30"}, payload);
             hostile.setBehavior(endpoint, {});
 
             EXPECT_EQ(outcome.status, 0);
@@ -70,7 +68,7 @@ TEST_F(HostileServerTest, CostsNeitherTheTextNorTheTokenNorMemory) {
             ASSERT_EQ(lines.size(), 1U);
             EXPECT_EQ(Foundation::textOrEmpty(lines[0], "delivery"), row.harm == Harm::time ? "expired" : "completed");
             const bool isHarmed = row.harm != Harm::none, isAcknowledgement = endpoint == Endpoint::acknowledgement;
-            EXPECT_EQ(contentText(lines[0], "body"), isHarmed && isAcknowledgement ? "A message" : "The text of post-1");
+            EXPECT_EQ(contentText(lines[0], "body"), isHarmed && isAcknowledgement ? "A message" : "The text of p");
             const auto* const intent = lines[0].at("content").dictionary()->at("intent").dictionary();
             EXPECT_EQ(intent == nullptr, row.harm == Harm::time);
             EXPECT_EQ(intent && intent->at("sender").dictionary()->at("imageBytes").integer(),
@@ -80,8 +78,7 @@ TEST_F(HostileServerTest, CostsNeitherTheTextNorTheTokenNorMemory) {
             for (const auto* other : {&bystander, isElsewhere ? &hostile : &bystander})
                 for (const auto& request : other->received())
                     EXPECT_THAT(request.headers, testing::Not(testing::Contains(testing::Key("authorization"))));
-            for (const char* secret : {"demo-session-token", "A message", "The text"})
-                EXPECT_THAT(outcome.errors, testing::Not(testing::HasSubstr(secret)));
+            EXPECT_THAT(outcome.errors, testing::Not(testing::ContainsRegex("demo-session-token|A message|The text")));
             EXPECT_LE(TESSEL_SANITIZED ? 0 : outcome.peak, 48 * 1024);
         }
     }

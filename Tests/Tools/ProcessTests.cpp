@@ -1,7 +1,5 @@
 #include <thread>
 
-#include <sys/stat.h>
-
 #include "Tools/ProgramFixture.h"
 
 // The extension's process while it lives, and how it ends.
@@ -15,10 +13,9 @@ struct ProcessTest : ProgramTest {
     std::ifstream output;
     int process = 0;
 
-    void start(const std::vector<std::string>& options) {
+    void start(std::vector<std::string> command) {
         for (const char* name : {"input", "output"}) ::mkfifo((directory / name).c_str(), 0600);
-        std::vector<std::string> command{TESSEL_EXTENSION};
-        command.insert(command.end(), options.begin(), options.end());
+        command.insert(command.begin(), TESSEL_EXTENSION);
         ProgramTest::start(command, "input", "output");
         input.open(directory / "input");
         output.open(directory / "output");

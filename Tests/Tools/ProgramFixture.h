@@ -6,6 +6,7 @@
 
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include "DemoServer/Server.h"
@@ -48,14 +49,15 @@ struct ProgramTest : testing::Test {
                            "-u LANG -u TESSEL_BUNDLE";
         for (const auto& [name, value] : environment) line += " '" + name + '=' + value + '\'';
         for (const auto& argument : command) line += " '" + argument + '\'';
-        line += " < " + input + " > " + output + " 2> err & echo $! > process";
+        // Behind a command of its own the shell would wait for a program that has already ended.
+        line += " < " + input + " > " + output + " 2> err & exec echo $! > process";
         ASSERT_EQ(std::system(line.c_str()), 0);
     }
     /// Waits for its end; the status, or the signal, which is negative.
     Outcome ended() {
         int status = 0;
         rusage usage{};
-        ::wait4(std::stoi(Support::readFile(directory / "process")), &status, 0, &usage);
+        EXPECT_GT(::wait4(std::stoi(Support::readFile(directory / "process")), &status, 0, &usage), 0);
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), "", Support::readFile(directory / "err"),
                 usage.ru_maxrss};
     }
@@ -70,10 +72,6 @@ struct ProgramTest : testing::Test {
     Outcome tessel(std::vector<std::string> arguments, const std::string& input = "") {
         arguments.insert(arguments.begin(), TESSEL_PROGRAM);
         return run(arguments, input);
-    }
-    Outcome push(std::vector<std::string> arguments, const std::string& input = "") {
-        arguments.insert(arguments.begin(), "push");
-        return tessel(std::move(arguments), input);
     }
 
     void signIn() { signIn(server); }

@@ -1,5 +1,3 @@
-#include <sys/stat.h>
-
 #include "Tools/ProgramFixture.h"
 
 using namespace std::string_literals;
@@ -25,8 +23,8 @@ TEST_F(SecrecyTest, WhateverFailsTheLogTellsNothingAndFilesAreForTheUserAlone) {
         return [=, this](auto&) { server.setBehavior(endpoint, behavior); };
     };
     const auto signature = [](const std::string& text) { return [=](auto& push) { push.signature = text; }; };
-    std::vector<std::string> options;
-    const std::pair<const char*, std::function<void(DemoServer::Push&)>> rows[] = {
+    std::vector<std::string> command = {"push"};
+    const std::pair<const char*, std::function<void(DemoServer::Push&)>> rows[] = {  // the last changes the command
         {"", [](auto&) {}}, {"unknown server or without a signature", [](auto& push) { push.serverID = "canary"; }},
         {"server of a push failed: <private>", [&](auto&) { Support::writeFile(record, damaged); }},
         {"server of a push failed: <private>", [&](auto&) { remove(record), create_directory(record); }},
@@ -46,7 +44,7 @@ TEST_F(SecrecyTest, WhateverFailsTheLogTellsNothingAndFilesAreForTheUserAlone) {
         {"Acknowledging a push failed: <private>", answer(acknowledgement, {.location = "http://canary@127.0.0.1:1/"})},
         {"avatar failed: The network connection", answer(userPicture, {.body = "canary", .dropAfter = 100})},
         {"avatar failed: The address is not", answer(userPicture, {.location = "ftp://canary:canary@h/canary"})},
-        {"stays a plain notification", [&](auto&) { options = {"--no-donations"}; }}};
+        {"stays a plain notification", [&](auto&) { command.emplace_back("--no-donations"); }}};
     for (const auto& row : rows) {
         for (const auto& old : {containers, keychain}) remove_all(old);
         environment["TESSEL_KEYCHAIN"] = "file:" + keychain.string();
@@ -61,7 +59,7 @@ TEST_F(SecrecyTest, WhateverFailsTheLogTellsNothingAndFilesAreForTheUserAlone) {
         DemoServer::Push sent{.postID = "post-1", .channelID = "c", .senderID = "canary", .senderName = "canary",
                               .isIDLoaded = true, .title = "canary", .subtitle = "canary", .body = "canary"};
         row.second(sent);
-        const auto log = push(options, server.push(sent)).errors;
+        const auto log = tessel(command, server.push(sent)).errors;
         EXPECT_THAT(log + tessel({"server", "show", "demo-server"}).errors +
                     tessel({"token", "set", url}, server.options().sessionToken).errors, tellsNothing) << row.first;
         if (std::filesystem::exists("/run/systemd/journal/socket")) continue;
