@@ -1,5 +1,4 @@
 #include <cmath>
-#include <stdexcept>
 
 #include <gmock/gmock.h>
 
@@ -15,7 +14,6 @@ using enum DecodingError::Reason;
 namespace JSONTests {
 
 struct File {
-    std::string name;
     std::int64_t size = 0;
     bool operator==(const File&) const = default;
 };
@@ -33,7 +31,7 @@ struct Post {
 
 using JSONTests::File, JSONTests::Post;
 template <>
-constexpr auto Foundation::fields<File> = std::tuple{required("name", &File::name), required("size", &File::size)};
+constexpr auto Foundation::fields<File> = std::tuple{required("size", &File::size)};
 template <>
 constexpr auto Foundation::fields<Post> =
     std::tuple{required("id", &Post::id), defaulted("count", &Post::count), optional("file", &Post::file),
@@ -42,24 +40,21 @@ constexpr auto Foundation::fields<Post> =
 namespace {
 
 /// The error that the read ends in; nothing where it succeeds.
-std::optional<DecodingError> errorOf(std::string_view text, FunctionRef<void(JSONReader&)> read) {
-    try {
-        parseJSON(text, read);
-        return std::nullopt;
-    } catch (const DecodingError& error) {
-        return error;
-    }
+std::optional<DecodingError> errorOf(std::string_view text, FunctionRef<void(JSONReader&)> read) try {
+    parseJSON(text, read);
+    return std::nullopt;
+} catch (const DecodingError& error) {
+    return error;
 }
 
 TEST(JSONReader, RefusesWhatIsMalformedHoweverItIsPassedOver) {
     std::vector<std::string> texts = {
-        "", " ", "NaN", "Infinity", "-", "+1", "01", "-01", "1.", ".5", "1e", "1e+", "0x1", "--1", "truex", "True",
-        "nul", "nulll", "falsey", "'a'", "1 2", "{} {}", "1,2", "1],[2", "]", "1]", "}", "[1 2]", "[1,]", "[,1]",
-        "[1,,2]", "[1:2]", R"(["a":1])", "[1", "[1]]", "[1}", R"({"a" 1})", R"({"a":1,})", "{,}", R"({"a"})", "{1:2}",
-        R"({"a":1 "b":2})", R"({"a":1])", R"({"a":})", R"(")", R"("a)", R"("\x")", R"("\u12g4")", R"("\ud800")",
-        R"("\udc00")", R"("\ud800\ud800")", R"("\ud800x")", R"({"\x":1})", R"({"\udc00":1})", "\"a\tb\"",
-        "\"a\0b\""s, "1\0"s, "[1]\0"s, "\xEF\xBB\xBF{}", "\"\xFF\"", "\"\xED\xA0\x80\"", "{\"\xFF\":1}",
-        "null//", "\v1"};
+        "", " ", "NaN", "-", "+1", "01", "-01", "1.", ".5", "1e", "1e+", "0x1", "--1", "truex", "True", "nul", "nulll",
+        "falsey", "'a'", "1 2", "{} {}", "1],[2", "]", "1]", "}", "[1 2]", "[1,]", "[,1]", "[1,,2]", "[1:2]",
+        R"(["a":1])", "[1", "[1]]", "[1}", R"({"a" 1})", R"({"a":1,})", "{,}", R"({"a"})", "{1:2}", R"({"a":1 "b":2})",
+        R"({"a":1])", R"({"a":})", R"(")", R"("a)", R"("\x")", R"("\u12g4")", R"("\ud800")", R"("\udc00")",
+        R"("\ud800\ud800")", R"("\ud800x")", R"({"\x":1})", R"({"\udc00":1})", "\"a\tb\"", "\"a\0b\""s, "1\0"s,
+        "[1]\0"s, "\xEF\xBB\xBF{}", "\"\xFF\"", "\"\xED\xA0\x80\"", "{\"\xFF\":1}", "null//", "\v1"};
     for (const auto* innermost : {"[]", "{}"})
         texts.push_back(std::string(512, '[') + innermost + std::string(512, ']'));
     texts.emplace_back(100'000, '[');
@@ -88,34 +83,25 @@ TEST(JSONReader, ReadsValuesExactly) {
         {R"("\"\\\/\b\f\n\r\t\u00E9\ud83d\ude00")", "\"\\/\b\f\n\r\t\u00E9\U0001F600"},
         {R"("\u0000")", "\0"s}, {R"({"a":{"b":1},"\u0061":2})", Dictionary{{"a", 2}}},
         {R"({"\"":1,"a":[1],"a":null})", Dictionary{{"\"", 1}, {"a", {}}}}};
-    for (const auto& [text, expected] : rows) {
-        PropertyList value = "unread";
-        parseJSON(text, [&](JSONReader& reader) { value = PropertyList::read(reader); });
-        EXPECT_TRUE(value == expected) << text;
-        EXPECT_FALSE(errorOf("[[" + text + "]]", [](JSONReader& reader) { reader.raw(); })) << text;
-    }
+    for (const auto& [text, expected] : rows)
+        parseJSON("[" + text + "," + text + "]", [&](JSONReader& value) {
+            value.array([&](JSONReader& element) {
+                const std::string_view raw = element.raw();  // it stands while another text is read
+                PropertyList read = "unread";
+                parseJSON(raw, [&](JSONReader& reader) { read = PropertyList::read(reader); });
+                EXPECT_TRUE(read == expected && text.find(raw) != std::string::npos) << text;
+                EXPECT_TRUE(raw.find_last_not_of(" \t\r\n") == raw.size() - 1) << text;
+            });
+        });
     EXPECT_FALSE(errorOf(std::string(511, '[') + "{}" + std::string(511, ']'), [](JSONReader&) {}));
     EXPECT_FALSE(errorOf("[1e400]", [](JSONReader&) {})) << "a number that nobody reads may be too large";
     EXPECT_TRUE(errorOf("[1e400]", [](JSONReader& value) { PropertyList::read(value); }));
 }
 
-TEST(JSONReader, HandsOutTheTextOfAValueWhileOtherTextsAreRead) {
-    std::vector<std::string> found;
-    parseJSON(R"([ {"b":[1, "]}" ]} , { },[]  ,1.50 ,"\u0041 "])", [&](JSONReader& value) {
-        value.array([&](JSONReader& element) {
-            const std::string_view raw = element.raw();
-            parseJSON(raw, [&](JSONReader& inner) { found.emplace_back(inner.raw()); });
-            EXPECT_EQ(raw, found.back());
-        });
-    });
-    EXPECT_THAT(found, testing::ElementsAre(R"({"b":[1, "]}" ]})", "{ }", "[]", "1.50", R"("\u0041 ")"));
-}
-
 TEST(JSONWriter, WritesTheShortestNumbersAndEscapesWhatItMust) {
     const std::pair<double, const char*> rows[] = {
-        {-0.0, "-0"}, {3.0, "3"}, {0.1, "0.1"}, {100000, "100000"}, {1e-5, "0.00001"}, {-2.5e-5, "-0.000025"},
-        {1e16, "1e+16"}, {9.5e-6, "9.5e-06"}, {9999999999999998, "9999999999999998"},
-        {1.7976931348623157e308, "1.7976931348623157e+308"}};
+        {-0.0, "-0"}, {3.0, "3"}, {0.1, "0.1"}, {100000, "100000"}, {-2.5e-5, "-0.000025"}, {9.5e-6, "9.5e-06"},
+        {9999999999999998, "9999999999999998"}, {1e16, "1e+16"}, {1.7976931348623157e308, "1.7976931348623157e+308"}};
     for (const auto& [number, text] : rows) EXPECT_EQ(JSONWriter().value(number).text(), text);
     EXPECT_THROW(JSONWriter().value(double{NAN}), std::invalid_argument);
     EXPECT_THROW(JSONWriter().value(-HUGE_VAL), std::invalid_argument);
@@ -129,9 +115,9 @@ TEST(JSONWriter, WritesTheShortestNumbersAndEscapesWhatItMust) {
 }
 
 TEST(JSONCoding, KeepsToTheTable) {
-    const auto whole = R"({"id":"","count":1,"file":{"name":"f","size":2},"is_pinned":false,"link":"h:%20"})";
+    const auto whole = R"({"id":"","count":1,"file":{"size":2},"is_pinned":false,"link":"h:%20"})";
     const std::tuple<std::string, Post, std::string> records[] = {
-        {whole, {"", 1, false, File{"f", 2}, URL::parse("h:%20")}, whole},
+        {whole, {"", 1, false, File{2}, URL::parse("h:%20")}, whole},
         {R"({"link":null,"file":null,"count":null,"id":"a"})", {"a"}, R"({"id":"a","count":7})"},
         {R"({"count":-9.223372036854775808e18,"id":""})", {"", INT64_MIN}, R"({"id":"","count":-9223372036854775808})"},
         {R"({"id":"a","count":1,"is_pinned":true,"x":[{}],"count":null,"is_pinned":null,"\u0069d":"b"})", {"b"},
@@ -146,13 +132,10 @@ TEST(JSONCoding, NamesThePlaceOfAnErrorAndNotTheText) {
     const std::tuple<const char*, DecodingError::Reason, std::string> rows[] = {
         {"{}", keyNotFound, "[1].id"}, {R"({"id":"a","is_pinned":1})", typeMismatch, "[1].is_pinned"},
         {"\"canary\"", typeMismatch, "[1]"}, {R"({"id":"a","count":3.5})", typeMismatch, "[1].count"},
-        {R"({"id":null})", typeMismatch, "[1].id"}, {R"({"id":"a","count":"canary"})", typeMismatch, "[1].count"},
-        {R"({"id":"a","id":null})", typeMismatch, "[1].id"},
+        {R"({"id":"a","id":null})", typeMismatch, "[1].id"}, {R"({"id":"a","file":{}})", keyNotFound, "[1].file.size"},
         {R"({"id":"a","count":9223372036854775808})", typeMismatch, "[1].count"},
         {R"({"id":"a","count":9223372036854775808.0})", typeMismatch, "[1].count"},
-        {R"({"id":"a","link":"can ary"})", typeMismatch, "[1].link"},
-        {R"({"id":"a","file":{"name":"f"}})", keyNotFound, "[1].file.size"},
-        {R"({"id":"a","x":[0,{"y":canary}]})", malformed, "[1].x[1].y"}};
+        {R"({"link":"can ary"})", typeMismatch, "[1].link"}, {R"({"x":[{"y":canary}]})", malformed, "[1].x[0].y"}};
     for (const auto& [post, reason, path] : rows) {
         const auto read = [](JSONReader& value) { if (!value.null()) decode<Post>(value); };
         const auto error = errorOf("[null,"s + post + "]", [&](JSONReader& posts) { posts.array(read); });
