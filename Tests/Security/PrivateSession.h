@@ -2,7 +2,6 @@
 
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <optional>
 #include <stdexcept>
 
@@ -26,9 +25,9 @@ public:
                            "<servicedir>services</servicedir><policy context='default'><allow send_destination='*'/>"
                            "<allow receive_sender='*'/><allow own='*'/></policy></busconfig>");
         Support::writeFile(home / "password", "password");
-        const std::string unlock = keyring == Keyring::unlocked ? "--unlock" : "";
-        Support::writeFile(home / "keyring", "echo $$ > keyring.pid; exec gnome-keyring-daemon --foreground "
-                                             "--components=secrets < password > keyring.log 2>&1 " + unlock);
+        const std::string unlock = keyring == Keyring::unlocked ? "--unlock " : "";
+        Support::writeFile(home / "keyring", "echo $$ > keyring.pid; exec gnome-keyring-daemon --foreground " + unlock +
+                                             "--components=secrets < password > keyring.log 2>&1");
         if (keyring != Keyring::none)
             Support::writeFile(home / "services/secrets.service",
                                "[D-BUS Service]\nName=org.freedesktop.secrets\nExec=/bin/sh keyring\n");
@@ -44,8 +43,7 @@ public:
         ::kill(bus_, SIGKILL);
         ::pclose(output_);
     }
-    PrivateSession(const PrivateSession&) = delete;
-    PrivateSession& operator=(const PrivateSession&) = delete;
+    PrivateSession(PrivateSession&&) = delete;
 
     /// Stops the keyring daemon where it stands: it keeps its name on the bus and answers nothing. An
     /// operation must have started it.

@@ -1,12 +1,10 @@
 #include "Security/SecItem.h"
 
-#include <chrono>
 #include <thread>
 
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
-#include <unistd.h>
 
 #include "PrivateSession.h"
 #include "Security/EmbeddedStore.h"
@@ -21,7 +19,11 @@ using Keyring = PrivateSession::Keyring;
 
 namespace {
 
-const GenericPasswordQuery item{"com.example.session", "https://chat.example", "group"};
+GenericPasswordQuery named(const std::string& account, std::optional<std::string> group = "group") {
+    return {"com.example.session", account, std::move(group)};
+}
+
+const auto item = named("https://chat.example");
 
 auto isData(const std::string& data) { return FieldsAre(errSecSuccess, bytes(data)); }
 auto isStatus(OSStatus status) { return FieldsAre(status, std::nullopt); }
@@ -38,7 +40,6 @@ INSTANTIATE_TEST_SUITE_P(, SecItem, testing::Values("EmbeddedStore", "SecretServ
                          [](const auto& row) { return row.param; });
 
 TEST_P(SecItem, livesFromAddToDelete) {
-    EXPECT_THAT(SecItemCopyMatching(item), isStatus(errSecItemNotFound));
     EXPECT_EQ(SecItemUpdate(item, bytes("none")), errSecItemNotFound);
     EXPECT_EQ(SecItemDelete(item), errSecItemNotFound);
     // Binary, of any length: the second one is no UTF-8, the third empty.
@@ -49,15 +50,13 @@ TEST_P(SecItem, livesFromAddToDelete) {
         EXPECT_EQ(SecItemUpdate(item, bytes(data + data)), errSecSuccess);
         EXPECT_THAT(SecItemCopyMatching(item), isData(data + data));
         EXPECT_EQ(SecItemDelete(item), errSecSuccess);
-        EXPECT_THAT(SecItemCopyMatching(item), isStatus(errSecItemNotFound));
     }
+    EXPECT_THAT(SecItemCopyMatching(item), isStatus(errSecItemNotFound));
 }
 
 TEST_P(SecItem, matchesAnyAccessGroupWhereNoneIsAskedFor) {
-    const auto of = [](std::optional<std::string> group) {
-        return GenericPasswordQuery{item.service, item.account, std::move(group)};
-    };
-    const auto any = of({});
+    const auto of = [](const char* group) { return named(item.account, group); };
+    const auto any = named(item.account, {});
     ASSERT_EQ(SecItemAdd(of("one"), bytes("1")), errSecSuccess);
     EXPECT_THAT(SecItemCopyMatching(any), isData("1"));
     ASSERT_EQ(SecItemAdd(any, bytes("none")), errSecSuccess) << "an item without a group is another item";
@@ -76,60 +75,38 @@ TEST_P(SecItem, matchesAnyAccessGroupWhereNoneIsAskedFor) {
 }
 
 TEST_P(SecItem, isNamedByTheExactTexts) {
-    const auto of = [](const std::string& account) {
-        return GenericPasswordQuery{item.service, account, item.accessGroup};
-    };
     std::vector<std::string> accounts = {
         item.account, item.account + '/', "HTTPS://chat.example", "https://chat.exampl_", "https://chat.ex%",
         "' OR 1 --", "Stra\u00DFe", "Strasse\U0001F511", ""};
     // The other store has texts alone.
     if (GetParam() == "EmbeddedStore"s) accounts.insert(accounts.end(), {"a"s, "a\0"s, "a\0b"s, "\xFF"s, "\xFE"s});
     EXPECT_EQ(SecItemAdd({"com.example", item.account, item.accessGroup}, bytes("service")), errSecSuccess);
-    for (const auto& account : accounts) EXPECT_EQ(SecItemAdd(of(account), bytes(account)), errSecSuccess) << account;
-    for (const auto& account : accounts) EXPECT_THAT(SecItemCopyMatching(of(account)), isData(account)) << account;
+    for (const auto& account : accounts) EXPECT_EQ(SecItemAdd(named(account), bytes(account)), errSecSuccess);
+    for (const auto& account : accounts) EXPECT_THAT(SecItemCopyMatching(named(account)), isData(account)) << account;
 }
 
-TEST(SecItemStatus, tellsAnUnknownKindOfStore) {
-    for (const char* kind : {"file:", "/keychain", "FILE:/keychain"}) {
-        ::setenv("TESSEL_KEYCHAIN", kind, 1);
-        EXPECT_THAT(SecItemCopyMatching(item), isStatus(errSecParam)) << kind;
-        const std::vector statuses{SecItemUpdate(item, {}), SecItemAdd(item, {}), SecItemDelete(item)};
-        EXPECT_THAT(statuses, Each(errSecParam)) << kind;
-    }
-    EXPECT_EQ(SecCopyErrorMessageString(errSecItemNotFound), "The specified item could not be found in the keychain.");
-    EXPECT_EQ(SecCopyErrorMessageString(-1), std::nullopt);
-}
-
-TEST(EmbeddedStore, isCreatedByAnAddForItsUserAlone) {
+TEST(EmbeddedStore, isCreatedByAnAddForItsUserAloneOrSaysWhatIsWrong) {
     const Support::TemporaryDirectory directory;
-    EmbeddedStore store(directory / "keychain");
+    EmbeddedStore store(directory / "new");
     EXPECT_THAT((std::vector{store.copyMatching(item).status, store.update(item, {}), store.remove(item)}),
                 Each(errSecItemNotFound));
     EXPECT_TRUE(std::filesystem::is_empty(directory.path()));
 
     const mode_t mask = ::umask(0);
     Support::writeFile(directory / "shared", "");  // by somebody else, for all to read
-    for (const char* name : {"keychain", "shared"}) {
-        EXPECT_THAT(everyStatus(EmbeddedStore(directory / name)),
-                    ElementsAre(errSecItemNotFound, errSecItemNotFound, errSecSuccess, errSecSuccess));
-        EXPECT_EQ(Support::mode(directory / name), 0600u) << name;
-    }
-    ::umask(mask);
-}
-
-TEST(EmbeddedStore, saysWhatIsWrongWithTheFile) {
-    const Support::TemporaryDirectory directory;
     Support::writeFile(directory / "text", std::string(4096, 'x'));
-    EXPECT_THAT(everyStatus(EmbeddedStore(directory / "text")), Each(errSecDecode));
-    EXPECT_THAT(everyStatus(EmbeddedStore(directory.path())), Each(errSecIO));
-    EXPECT_THAT(everyStatus(EmbeddedStore(directory / "missing/keychain")),
-                ElementsAre(errSecItemNotFound, errSecItemNotFound, errSecIO, errSecItemNotFound));
+    const std::vector good{errSecItemNotFound, errSecItemNotFound, errSecSuccess, errSecSuccess};
+    const std::pair<const char*, std::vector<OSStatus>> rows[] = {
+        {"new", good}, {"shared", good}, {"text", std::vector(4, errSecDecode)}, {".", std::vector(4, errSecIO)},
+        {"missing/keychain", {errSecItemNotFound, errSecItemNotFound, errSecIO, errSecItemNotFound}}};
+    for (const auto& [name, statuses] : rows) EXPECT_EQ(everyStatus(EmbeddedStore(directory / name)), statuses) << name;
+    for (const char* name : {"new", "shared"}) EXPECT_EQ(Support::mode(directory / name), 0600u) << name;
+    ::umask(mask);
 
-    Support::writeFile(directory / "forbidden", "");
-    std::filesystem::permissions(directory / "forbidden", std::filesystem::perms::none);
+    ::chmod((directory / "new").c_str(), 0);
     const uid_t user = ::geteuid();
     ASSERT_EQ(::seteuid(user == 0 ? 65534 : user), 0);  // nothing is forbidden to root
-    const auto statuses = everyStatus(EmbeddedStore(directory / "forbidden"));
+    const auto statuses = everyStatus(EmbeddedStore(directory / "new"));
     ASSERT_EQ(::seteuid(user), 0);
     EXPECT_THAT(statuses, Each(errSecAuthFailed));
 }
@@ -138,7 +115,7 @@ TEST(EmbeddedStore, takesWritersOneByOne) {
     const Support::TemporaryDirectory directory;
     std::vector<std::jthread> writers;
     for (const char* account : {"a", "b", "c", "d"})
-        writers.emplace_back([&directory, query = GenericPasswordQuery{"service", account, {}}] {
+        writers.emplace_back([&directory, query = named(account)] {
             EmbeddedStore store(directory / "keychain");
             EXPECT_EQ(store.add(query, {}), errSecSuccess);
             for (int i = 0; i < 10; ++i) EXPECT_EQ(store.update(query, bytes(query.account)), errSecSuccess);
@@ -148,13 +125,11 @@ TEST(EmbeddedStore, takesWritersOneByOne) {
 
 TEST(SecretService, tellsLockedFromMissing) {
     const Support::TemporaryDirectory home;
-    {
-        const PrivateSession session(home.path(), Keyring::unlocked);
-        ASSERT_EQ(SecretService().add(item, bytes("data")), errSecSuccess);
-    }
-    const PrivateSession session(home.path(), Keyring::locked);
+    std::optional<PrivateSession> session(std::in_place, home.path(), Keyring::unlocked);
+    ASSERT_EQ(SecretService().add(item, bytes("data")), errSecSuccess);
+    session.emplace(home.path(), Keyring::locked);
     EXPECT_THAT(everyStatus(SecretService()), Each(errSecInteractionNotAllowed));
-    EXPECT_THAT(everyStatus(SecretService(), {"service", "another", {}}),
+    EXPECT_THAT(everyStatus(SecretService(), named("another")),
                 ElementsAre(errSecItemNotFound, errSecItemNotFound, errSecInteractionNotAllowed, errSecItemNotFound));
 }
 
@@ -171,8 +146,7 @@ void startSilentBus(const std::string& path) {
     sockaddr_un address{AF_UNIX, {}};
     path.copy(address.sun_path, sizeof address.sun_path - 1);
     const int listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    ASSERT_EQ(::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    ASSERT_EQ(::listen(listener, 8), 0);
+    ASSERT_EQ(::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address) + ::listen(listener, 8), 0);
     std::thread([listener] {
         const auto welcome = "REJECTED EXTERNAL\r\nDATA\r\nOK 0123456789abcdef0123456789abcdef\r\nAGREE_UNIX_FD\r\n"s;
         while (::write(::accept(listener, nullptr, nullptr), welcome.data(), welcome.size()) > 0) continue;
@@ -188,8 +162,8 @@ bool isNotAvailable(Silence silence) {
     const auto socket = (home / "bus").string();
     ::setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + socket).c_str(), 1);
     std::optional<PrivateSession> session;
-    if (silence == Silence::noService) session.emplace(home.path(), Keyring::none);
     if (silence == Silence::busHangs) startSilentBus(socket);
+    if (silence == Silence::noService) session.emplace(home.path(), Keyring::none);
     if (silence == Silence::serviceHangs) {
         session.emplace(home.path(), Keyring::unlocked);
         if (SecretService().add(item, bytes("data")) != errSecSuccess) return false;
@@ -201,15 +175,17 @@ bool isNotAvailable(Silence silence) {
     const auto start = std::chrono::steady_clock::now();
     const auto statuses = everyStatus(SecretService(timeout));
     const auto elapsed = std::chrono::steady_clock::now() - start;
-    return statuses == std::vector<OSStatus>(4, errSecNotAvailable) && elapsed < 20s && (!hangs || elapsed >= timeout);
+    // A bus that hangs holds the thread of each operation: there are to be no more than a few.
+    for (int i = 0; i < 40 && silence == Silence::busHangs; ++i) (void)SecretService(1ms).copyMatching(item);
+    return statuses == std::vector<OSStatus>(4, errSecNotAvailable) && elapsed < 20s &&
+           (!hangs || elapsed >= timeout) && Foundation::Files::names("/proc/self/task").size() < 30;
 }
 
 TEST(SecretService, isNotAvailableWithoutAnAnswer) {
     // In processes of their own: the connection is one for all operations, those that were given up included.
-    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     for (const auto silence : {Silence::noBus, Silence::noService, Silence::serviceHangs, Silence::busHangs})
-        EXPECT_EXIT(std::_Exit(isNotAvailable(silence) ? 0 : 1), testing::ExitedWithCode(0), testing::Eq(""))
-            << static_cast<int>(silence);
+        EXPECT_EXIT(std::_Exit(isNotAvailable(silence) ? 0 : 1), ExitedWithCode(0), Eq("")) << int(silence);
 }
 
 }  // namespace
