@@ -134,8 +134,8 @@ int watch(void* target, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent) noe
     return exchange.timedOut ? 1 : 0;
 }
 
-/// Why the certificate was refused, in the numbers of the TLS library that libcurl stands on. A certificate that is good
-/// but for another name has none.
+/// Why the certificate was refused, in the numbers of the TLS library that libcurl stands on. A certificate that is
+/// good but for another name has none.
 Code certificateCode(CURL* handle) {
     long reason = X509_V_OK;
     Library::shared().curl_easy_getinfo(handle, CURLINFO_SSL_VERIFYRESULT, &reason);
