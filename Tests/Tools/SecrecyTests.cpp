@@ -81,7 +81,8 @@ TEST_F(SecrecyTest, SecretsAreNeitherPrintedNorOnACommandLine) {
     /// The command line of `program` in the end, while it waits for more input.
     const auto commandLine = [&](const char* program, std::vector<std::string> arguments, const std::string& input) {
         const auto script = R"(rm -f more; mkfifo more; "$@" < more > delivered & exec 3> more; cat >&3; )"
-                            R"(until test /proc/$!/exe -ef "$0"; do :; done; cat /proc/$!/cmdline; exec 3>&-; wait)"s;
+                            R"(until test /proc/$!/exe -ef "$0" && grep -qa . /proc/$!/cmdline; do :; done; )"
+                            R"(cat /proc/$!/cmdline; exec 3>&-; wait)"s;
         arguments.insert(arguments.begin(), {"timeout", "60", "sh", "-c", script, program, TESSEL_PROGRAM});
         return run(arguments, input).output;
     };
