@@ -3,8 +3,7 @@
 #include <map>
 
 #include "ChatPlatform/Keychain.h"
-#include "Security/PrivateSession.h"
-#include "Support/Support.h"
+#include "Security/EitherStoreTest.h"
 
 using namespace ChatPlatform;
 using namespace Foundation;

@@ -2,12 +2,12 @@
 
 #include <csignal>
 #include <cstdio>
-#include <optional>
+#include <cstdlib>
 #include <stdexcept>
 
-#include "Support/Support.h"
+#include "Support/Files.h"
 
-/// A session bus of the test's own, which the environment then names, and the keyring daemon behind it.
+/// A session bus of its own, which the environment then names, and the keyring daemon behind it.
 class PrivateSession {
 public:
     /// What the bus starts for who asks for the secret service. Locked, the default keyring is one that
@@ -58,17 +58,4 @@ private:
     std::filesystem::path home_;
     FILE* output_;
     pid_t bus_ = 0;
-};
-
-/// What holds for either store; the environment names the one that is the parameter.
-struct EitherStoreTest : testing::TestWithParam<const char*> {
-    EitherStoreTest() {
-        ::setenv("TESSEL_KEYCHAIN", ("file:" + (directory / "keychain").string()).c_str(), 1);
-        if (GetParam() == std::string("EmbeddedStore")) return;
-        ::unsetenv("TESSEL_KEYCHAIN");
-        session.emplace(directory.path(), PrivateSession::Keyring::unlocked);
-    }
-
-    Support::TemporaryDirectory directory;
-    std::optional<PrivateSession> session;  ///< of the secret service
 };

@@ -6,7 +6,7 @@
 #include <sys/stat.h>
 #include <sys/un.h>
 
-#include "PrivateSession.h"
+#include "Security/EitherStoreTest.h"
 #include "Security/EmbeddedStore.h"
 #include "Security/SecretService.h"
 

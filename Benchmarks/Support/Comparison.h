@@ -1,0 +1,25 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+
+/// Two operations that are measured together, so that the ratio of their times can be read.
+struct Comparison {
+    using Operation = std::function<void(benchmark::State&)>;
+
+    std::string what;
+    Operation operation;
+    std::string peerName;
+    Operation peer;
+    double atMost;  ///< what operation : peer is to reach
+};
+
+/// A benchmark program: runs each operation and its peer many times over, in an order that chance decides, so that a
+/// machine that becomes faster or slower meanwhile does so for both. Compared are the medians of the time that passed.
+/// Prints a row for each comparison to standard output, and the single figures to standard error. The arguments are
+/// those of Google Benchmark. Returns the exit status: 1 where something could not be measured, 2 for arguments that
+/// are wrong.
+int compare(int argc, char** argv, const std::vector<Comparison>& comparisons);
