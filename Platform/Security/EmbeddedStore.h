@@ -8,8 +8,9 @@ namespace Security {
 
 /// Keychain items in one SQLite file, for machines without a secret service. The file is created, with mode
 /// 0600, by the first item that is added, in a directory that must exist; until then every item is "not
-/// found". Attributes and data may hold any bytes. Each operation opens the file for itself and waits up to 5
-/// seconds for other writers.
+/// found". Attributes and data may hold any bytes. An operation waits up to 5 seconds for other writers. One
+/// that reads leaves the file open for the next one, as long as the path leads to it: its permissions count when it is
+/// opened, and a process that has read items is not to be forked without starting another program.
 ///
 /// Statuses beside the usual: `errSecDecode` for a file that is no store, `errSecAuthFailed` where its
 /// permissions forbid the operation, `errSecNotAvailable` where other writers keep it locked, `errSecIO` for

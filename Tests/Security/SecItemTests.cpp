@@ -111,6 +111,19 @@ TEST(EmbeddedStore, isCreatedByAnAddForItsUserAloneOrSaysWhatIsWrong) {
     EXPECT_THAT(statuses, Each(errSecAuthFailed));
 }
 
+TEST(EmbeddedStore, readsTheFileThatThePathLeadsToNow) {
+    const Support::TemporaryDirectory directory;
+    EmbeddedStore store(directory / "keychain");
+    for (const std::string name : {"restored", "keychain"}) {
+        EXPECT_EQ(EmbeddedStore(directory / name).add(item, bytes(name)), errSecSuccess);
+        EXPECT_THAT(EmbeddedStore(directory / name).copyMatching(item), isData(name));
+    }
+    std::filesystem::rename(directory / "restored", directory / "keychain");
+    EXPECT_THAT(store.copyMatching(item), isData("restored"));
+    std::filesystem::remove(directory / "keychain");
+    EXPECT_THAT(store.copyMatching(item), isStatus(errSecItemNotFound));
+}
+
 TEST(EmbeddedStore, takesWritersOneByOne) {
     const Support::TemporaryDirectory directory;
     std::vector<std::jthread> writers;
