@@ -45,7 +45,6 @@ struct Library {
     TESSEL_FUNCTION(curl_easy_getinfo);
     TESSEL_FUNCTION(curl_easy_init);
     TESSEL_FUNCTION(curl_easy_perform);
-    TESSEL_FUNCTION(curl_easy_reset);
     TESSEL_FUNCTION(curl_easy_setopt);
     TESSEL_FUNCTION(curl_global_init);
     TESSEL_FUNCTION(curl_slist_append);
@@ -77,6 +76,10 @@ struct HeaderListRelease {
     void operator()(curl_slist* list) const { Library::shared().curl_slist_free_all(list); }
 };
 using HeaderList = std::unique_ptr<curl_slist, HeaderListRelease>;
+
+struct HandleRelease {
+    void operator()(CURL* handle) const { Library::shared().curl_easy_cleanup(handle); }
+};
 
 using Clock = std::chrono::steady_clock;
 
@@ -213,7 +216,7 @@ HeaderList headerList(const URLRequest& request) {
     return list;
 }
 
-/// What holds for every request.
+/// What holds for every request; a handle keeps it.
 void configure(CURL* handle) {
     set(handle, CURLOPT_NOSIGNAL, 1L);
     set(handle, CURLOPT_QUICK_EXIT, 1L);  // a look-up that hangs must not hold the handle's end up
@@ -235,17 +238,15 @@ void configure(CURL* handle) {
         set(handle, CURLOPT_CAPATH, static_cast<const char*>(nullptr));
 }
 
-/// libcurl would guess the scheme of "chat.example/a", and take "http:/chat.example" for "http://chat.example".
-bool isHTTP(const URL& url) {
+/// Scheme, host and port: what a connection and a token belong to. Another spelling of the same counts as another.
+/// Nothing for an address that is not one of HTTP: libcurl would guess the scheme of "chat.example/a", and take
+/// "http:/chat.example" for "http://chat.example".
+std::optional<std::string> originOf(const URL& url) {
     const auto scheme = url.scheme();
     const auto host = url.host();
-    return scheme && host && !host->empty() &&
-           (equalIgnoringCase(*scheme, "http") || equalIgnoringCase(*scheme, "https"));
-}
-
-/// Scheme, host and port: what a connection and a token belong to. Another spelling of the same counts as another.
-std::string originOf(const URL& url) {
-    return url.scheme().value_or("") + "://" + url.host().value_or("") + ':' + url.port().value_or("");
+    if (!scheme || !host || host->empty()) return std::nullopt;
+    if (!equalIgnoringCase(*scheme, "http") && !equalIgnoringCase(*scheme, "https")) return std::nullopt;
+    return *scheme + "://" + *host + ':' + url.port().value_or("");
 }
 
 /// The request that the answer sends the client on to; nothing where it is the last. Statuses beside these five are
@@ -320,13 +321,13 @@ void* CurlSession::take(const std::string& origin) {
             return handle;
         }
     }
-    CURL* handle = Library::shared().curl_easy_init();
-    if (handle == nullptr) throw std::bad_alloc();
-    return handle;
+    std::unique_ptr<CURL, HandleRelease> handle(Library::shared().curl_easy_init());
+    if (!handle) throw std::bad_alloc();
+    configure(handle.get());
+    return handle.release();
 }
 
 void CurlSession::giveBack(const std::string& origin, void* handle) {
-    Library::shared().curl_easy_reset(handle);  // options go, the connection stays
     void* surplus = handle;
     {
         const std::lock_guard lock(mutex_);
@@ -358,7 +359,7 @@ std::pair<Data, long> CurlSession::perform(void* handle, const URLRequest& reque
     Exchange exchange;
     exchange.patience = std::chrono::duration<double>(request.timeoutInterval);
 
-    configure(handle);
+    // All that a request sets is set by each: a handle still holds, and points to, what was the last one's.
     set(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(request.timeoutInterval * 1000));
     set(handle, CURLOPT_URL, request.url.absoluteString().c_str());
     set(handle, CURLOPT_HTTPHEADER, headers.get());
@@ -371,7 +372,9 @@ std::pair<Data, long> CurlSession::perform(void* handle, const URLRequest& reque
         // Without a pointer libcurl would ask a callback for the body.
         set(handle, CURLOPT_POSTFIELDS,
             request.httpBody.empty() ? "" : reinterpret_cast<const char*>(request.httpBody.data()));
-    } else if (request.httpMethod != "GET") {
+    } else if (request.httpMethod == "GET") {
+        set(handle, CURLOPT_HTTPGET, 1L);
+    } else {
         throw URLError(Code::unknown);
     }
 
@@ -392,8 +395,9 @@ std::pair<Data, HTTPURLResponse> CurlSession::data(const URLRequest& request) {
     std::optional<URLRequest> next;
     for (int redirects = 0; redirects <= maximumRedirects; ++redirects) {
         const URLRequest& current = next ? *next : request;
-        if (!isHTTP(current.url)) throw URLError(Code::unsupportedURL);
-        const Lease lease(*this, originOf(current.url));
+        auto origin = originOf(current.url);
+        if (!origin) throw URLError(Code::unsupportedURL);
+        const Lease lease(*this, *std::move(origin));
         auto [data, status] = perform(lease.handle(), current);
         auto following = redirected(current, lease.handle(), status);
         if (!following) return {std::move(data), {static_cast<int>(status)}};
