@@ -70,7 +70,8 @@ std::string subjectAltName(const std::vector<std::string>& names) {
         // It would be read as more than one.
         require(!name.empty() && name.find_first_of(", ") == std::string::npos, "no name for a certificate: " + name);
         const bool isAddress = AddressPointer(a2i_IPADDRESS(name.c_str())) != nullptr;
-        list += (list.empty() ? "" : ",") + std::string(isAddress ? "IP:" : "DNS:") + name;
+        if (!list.empty()) list += ',';
+        list += (isAddress ? "IP:" : "DNS:") + name;
     }
     return list;
 }
