@@ -9,12 +9,12 @@ UNNotificationContent UNMutableNotificationContent::copy() const {
 }
 
 UNNotificationContent::UNNotificationContent(UNMutableNotificationContent content)
-    : state_(std::make_shared<const State>(State{std::move(content), nullptr})) {}
+    : content_(std::make_shared<const UNMutableNotificationContent>(std::move(content))) {}
 
 UNNotificationContent UNNotificationContent::updating(
     std::shared_ptr<const Intents::INSendMessageIntent> intent) const {
     UNNotificationContent updated = *this;
-    updated.state_ = std::make_shared<const State>(State{state_->content, std::move(intent)});
+    updated.intent_ = std::move(intent);
     return updated;
 }
 

@@ -29,38 +29,34 @@ struct UNMutableNotificationContent {
     friend bool operator==(const UNMutableNotificationContent&, const UNMutableNotificationContent&) = default;
 };
 
-/// A notification's content. It never changes, and a copy shares what it holds: it costs a pointer, and may be handed
+/// A notification's content. It never changes, and a copy shares what it holds: it costs two pointers, and may be handed
 /// from thread to thread.
 class UNNotificationContent {
 public:
     explicit UNNotificationContent(UNMutableNotificationContent content = {});
 
-    const std::string& title() const { return state_->content.title; }
-    const std::string& subtitle() const { return state_->content.subtitle; }
-    const std::string& body() const { return state_->content.body; }
-    const std::string& threadIdentifier() const { return state_->content.threadIdentifier; }
-    const std::string& categoryIdentifier() const { return state_->content.categoryIdentifier; }
-    std::optional<std::int64_t> badge() const { return state_->content.badge; }
-    const std::optional<std::string>& sound() const { return state_->content.sound; }
-    const Foundation::Dictionary& userInfo() const { return state_->content.userInfo; }
+    const std::string& title() const { return content_->title; }
+    const std::string& subtitle() const { return content_->subtitle; }
+    const std::string& body() const { return content_->body; }
+    const std::string& threadIdentifier() const { return content_->threadIdentifier; }
+    const std::string& categoryIdentifier() const { return content_->categoryIdentifier; }
+    std::optional<std::int64_t> badge() const { return content_->badge; }
+    const std::optional<std::string>& sound() const { return content_->sound; }
+    const Foundation::Dictionary& userInfo() const { return content_->userInfo; }
 
     /// The intent that the content was updated from; null for a plain notification.
-    const std::shared_ptr<const Intents::INSendMessageIntent>& intent() const { return state_->intent; }
+    const std::shared_ptr<const Intents::INSendMessageIntent>& intent() const { return intent_; }
 
     /// An independent copy to write into. It is a plain notification's: the intent stays behind, as on the platform,
     /// where an update is the last step.
-    UNMutableNotificationContent mutableCopy() const { return state_->content; }
+    UNMutableNotificationContent mutableCopy() const { return *content_; }
 
     /// This content as a communication notification: the platform shows the intent's sender as a person.
     UNNotificationContent updating(std::shared_ptr<const Intents::INSendMessageIntent> intent) const;
 
 private:
-    struct State {
-        UNMutableNotificationContent content;
-        std::shared_ptr<const Intents::INSendMessageIntent> intent;
-    };
-
-    std::shared_ptr<const State> state_;
+    std::shared_ptr<const UNMutableNotificationContent> content_;
+    std::shared_ptr<const Intents::INSendMessageIntent> intent_;
 };
 
 }  // namespace UserNotifications
