@@ -29,11 +29,6 @@ private:
     bool valid_ = false;
 };
 
-std::optional<std::string> spelled(const UriTextRangeA& range) {
-    if (range.first == nullptr) return std::nullopt;
-    return std::string(range.first, range.afterLast);
-}
-
 /// pchar of RFC 3986, section 3.3, without the percent sign, and the slash between segments.
 bool standsInPath(char character) {
     const bool alphanumeric = (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
@@ -59,33 +54,41 @@ std::string percentEncoded(std::string_view path) {
 }  // namespace
 
 std::optional<URL> URL::parse(std::string_view text) {
-    if (text.empty() || !Parsed(text).valid()) return std::nullopt;
-    return URL(std::string(text));
+    if (text.empty()) return std::nullopt;
+    const Parsed parsed(text);
+    if (!parsed.valid()) return std::nullopt;
+    const auto range = [&](const UriTextRangeA& part) {
+        if (part.first == nullptr) return Range{};
+        // One that is empty need not point into the text.
+        const std::ptrdiff_t length = part.afterLast - part.first;
+        return Range{static_cast<std::size_t>(length == 0 ? 0 : part.first - text.data()),
+                     static_cast<std::size_t>(length)};
+    };
+    URL url;
+    url.text_ = text;
+    url.scheme_ = range(parsed.uri().scheme);
+    url.host_ = range(parsed.uri().hostText);
+    url.port_ = range(parsed.uri().portText);
+    return url;
 }
 
-std::optional<std::string> URL::scheme() const {
-    return spelled(Parsed(text_).uri().scheme);
-}
-
-std::optional<std::string> URL::host() const {
-    return spelled(Parsed(text_).uri().hostText);
-}
-
-std::optional<std::string> URL::port() const {
-    return spelled(Parsed(text_).uri().portText);
+std::optional<std::string> URL::spelled(Range range) const {
+    if (range.start == std::string::npos) return std::nullopt;
+    return text_.substr(range.start, range.length);
 }
 
 URL URL::appending(std::string_view path) const {
     const std::size_t end = std::min(text_.find_first_of("?#"), text_.size());
     const Parsed parsed(text_);
-    const bool hasAuthority = parsed.uri().hostText.first != nullptr;
     const bool hasPath = parsed.uri().pathHead != nullptr || parsed.uri().absolutePath == URI_TRUE;
     std::string extended = text_.substr(0, end);
     // A path behind an authority is absolute, even behind an empty one; elsewhere no slash may appear in front of a
     // path that was empty.
-    if (hasPath ? !extended.ends_with('/') : hasAuthority) extended += '/';
+    if (hasPath ? !extended.ends_with('/') : host_.start != std::string::npos) extended += '/';
     if (path.starts_with('/')) path.remove_prefix(1);
-    return URL(extended + percentEncoded(path) + text_.substr(end));
+    URL url = *this;  // what stands in front of the path stays in its place
+    url.text_ = extended + percentEncoded(path) + text_.substr(end);
+    return url;
 }
 
 }  // namespace Foundation

@@ -23,26 +23,35 @@ public:
     const std::string& absoluteString() const { return text_; }
 
     /// The scheme as spelled, without its colon; absent in a relative reference.
-    std::optional<std::string> scheme() const;
+    std::optional<std::string> scheme() const { return spelled(scheme_); }
 
     /// The host as spelled, without the brackets of an IP literal. Absent where there is no authority; empty where
     /// the authority names none ("https://").
-    std::optional<std::string> host() const;
+    std::optional<std::string> host() const { return spelled(host_); }
 
     /// The port's digits as spelled; absent where none is given.
-    std::optional<std::string> port() const;
+    std::optional<std::string> port() const { return spelled(port_); }
 
     /// This URL with a relative path put behind its path, one slash between the two. Bytes that a path cannot hold
     /// are percent-encoded; "/" and "." stay. Query and fragment are kept.
     URL appending(std::string_view path) const;
 
-    friend bool operator==(const URL&, const URL&) = default;
-    friend auto operator<=>(const URL&, const URL&) = default;
+    friend bool operator==(const URL& left, const URL& right) { return left.text_ == right.text_; }
+    friend auto operator<=>(const URL& left, const URL& right) { return left.text_ <=> right.text_; }
 
 private:
-    explicit URL(std::string text) : text_(std::move(text)) {}
+    /// Where a part stands in the text: it is parsed once, and asked for its parts often.
+    struct Range {
+        std::size_t start = std::string::npos;  ///< of an absent part
+        std::size_t length = 0;
+    };
+
+    std::optional<std::string> spelled(Range range) const;
 
     std::string text_;
+    Range scheme_;
+    Range host_;
+    Range port_;
 };
 
 }  // namespace Foundation

@@ -45,8 +45,12 @@ TEST(URL, AppendsAPathBehindItsOwn) {
         {"https://h/p/", "/a", "https://h/p/a"}, {"https://h/p?q=/#f/", "a", "https://h/p/a?q=/#f/"},
         {"https://h?q", "a", "https://h/a?q"}, {"https://h#f", "a", "https://h/a#f"}, {"https://", "a", "https:///a"},
         {"https://h", "a ?#%\u00E9[/../.", "https://h/a%20%3F%23%25%C3%A9%5B/../."}};
-    for (const auto& [url, path, expected] : rows)
-        EXPECT_EQ(URL::parse(url)->appending(path).absoluteString(), expected) << url;
+    for (const auto& [text, path, expected] : rows) {
+        const auto url = URL::parse(text).value();
+        EXPECT_EQ(url.appending(path).absoluteString(), expected) << text;
+        EXPECT_EQ(std::pair(url.appending(path).scheme(), url.appending(path).host()),
+                  std::pair(url.scheme(), url.host())) << text;
+    }
 }
 
 TEST(Base64, IsStrict) {
