@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <memory>
+#include <mutex>
 #include <new>
+#include <utility>
 
 #include <openssl/core_names.h>
 #include <openssl/err.h>
@@ -55,6 +57,20 @@ const EVP_MD* sha256() {
     return digest;
 }
 
+KeyPointer keyFrom(const Foundation::Data& derRepresentation) {
+    const CleanErrors clean;
+    if (derRepresentation.size() != prefix.size() + pointLength ||
+        !std::equal(prefix.begin(), prefix.end(), derRepresentation.begin()) ||
+        derRepresentation[prefix.size()] != uncompressed)
+        throw CryptoKitError();
+    KeyPointer key(EVP_PKEY_new());
+    if (!key) throw std::bad_alloc();
+    if (curve() == nullptr || EVP_PKEY_copy_parameters(key.get(), curve()) != 1 ||
+        EVP_PKEY_set1_encoded_public_key(key.get(), derRepresentation.data() + prefix.size(), pointLength) != 1)
+        throw CryptoKitError();
+    return key;
+}
+
 /// A DER INTEGER (X.690, section 8.3) of 32 unsigned bytes, written at `out`; returns where it ends.
 std::uint8_t* writeInteger(const std::uint8_t* number, std::uint8_t* out) {
     const std::uint8_t* const end = number + 32;
@@ -80,20 +96,20 @@ struct PublicKey::Key {
 };
 
 PublicKey::PublicKey(const Foundation::Data& derRepresentation) {
-    const CleanErrors clean;
-    if (derRepresentation.size() != prefix.size() + pointLength ||
-        !std::equal(prefix.begin(), prefix.end(), derRepresentation.begin()) ||
-        derRepresentation[prefix.size()] != uncompressed)
-        throw CryptoKitError();
-    KeyPointer key(EVP_PKEY_new());
-    if (!key) throw std::bad_alloc();
-    if (curve() == nullptr || EVP_PKEY_copy_parameters(key.get(), curve()) != 1 ||
-        EVP_PKEY_set1_encoded_public_key(key.get(), derRepresentation.data() + prefix.size(), pointLength) != 1)
-        throw CryptoKitError();
-    key_ = std::make_unique<Key>(std::move(key));
+    // The key that was read last serves again: pushes come from one server or two, and OpenSSL takes a tenth of a
+    // verification to make a key of its bytes.
+    static std::mutex mutex;
+    static auto* const last = new std::pair<Foundation::Data, std::shared_ptr<const Key>>;
+    {
+        const std::lock_guard lock(mutex);
+        if (last->first == derRepresentation) key_ = last->second;
+    }
+    if (key_) return;
+    key_ = std::make_shared<const Key>(keyFrom(derRepresentation));
+    std::pair read(derRepresentation, key_);
+    const std::lock_guard lock(mutex);
+    last->swap(read);
 }
-
-PublicKey::~PublicKey() = default;
 
 bool PublicKey::isValidSignature(const ECDSASignature& signature, std::string_view bytes) const {
     const CleanErrors clean;

@@ -36,14 +36,13 @@ public:
     /// From a DER SubjectPublicKeyInfo (RFC 5480) with the named curve and the uncompressed point: 91 bytes. Throws
     /// `CryptoKitError` for any other form, for bytes behind it, and for a point that is not on the curve.
     explicit PublicKey(const Foundation::Data& derRepresentation);
-    ~PublicKey();
 
     /// Whether the signature is one of this key over the SHA-256 of the bytes. Throws nothing but memory exhaustion.
     bool isValidSignature(const ECDSASignature& signature, std::string_view bytes) const;
 
 private:
     struct Key;
-    std::unique_ptr<Key> key_;
+    std::shared_ptr<const Key> key_;
 };
 
 }  // namespace CryptoKit::P256::Signing
