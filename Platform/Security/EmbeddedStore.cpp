@@ -1,6 +1,7 @@
 #include "Security/EmbeddedStore.h"
 
 #include <cerrno>
+#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -75,19 +76,19 @@ int bind(sqlite3_stmt* statement, int parameter, const void* bytes, std::size_t 
 
 /// Takes other users' rights to the file away, where it was not created here. The file is not opened for it:
 /// closing a descriptor drops the locks that another thread's SQLite holds on the same file.
-OSStatus restrictMode(const std::filesystem::path& path) {
+OSStatus restrictMode(const std::string& path) {
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0 || (status.st_mode & 077) == 0) return errSecSuccess;
     return ::chmod(path.c_str(), 0600) == 0 ? errSecSuccess : statusForErrno(errno);
 }
 
 /// False for a directory or a device.
-bool mayBeStore(const std::filesystem::path& path) {
+bool mayBeStore(const std::string& path) {
     struct stat status {};
     return ::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode);
 }
 
-OSStatus open(const std::filesystem::path& path, Database& database) {
+OSStatus open(const std::string& path, Database& database) {
     if (!mayBeStore(path)) return errSecIO;
     sqlite3* opened = nullptr;
     // Opened for writing even where it is only read: a crashed writer's journal may have to be rolled back.
@@ -120,8 +121,8 @@ OSStatus bind(sqlite3_stmt* statement, const GenericPasswordQuery& query) {
 
 /// Opens the file and runs the preparation and the statement, which changes items. `data` is null where none is
 /// written.
-OSStatus change(const std::filesystem::path& path, const char* preparation, const char* sql,
-                const GenericPasswordQuery& query, const Foundation::Data* data) {
+OSStatus change(const std::string& path, const char* preparation, const char* sql, const GenericPasswordQuery& query,
+                const Foundation::Data* data) {
     Database database;
     Statement statement;
     OSStatus status = open(path, database);
@@ -182,12 +183,13 @@ SecItemResult read(const Reader& reader, const GenericPasswordQuery& query) {
 }  // namespace
 
 // SQLite takes a relative path such as ":memory:" or "file:…" for something else.
-EmbeddedStore::EmbeddedStore(std::filesystem::path path) : path_(std::filesystem::absolute(path)) {}
+EmbeddedStore::EmbeddedStore(const std::string& path)
+    : path_(path.starts_with('/') ? path : std::filesystem::absolute(path).string()) {}
 
 SecItemResult EmbeddedStore::copyMatching(const GenericPasswordQuery& query) {
     Reader reader = exchangeKept({});
-    if (!isOpen(reader, path_.native())) {
-        reader = Reader{path_.native(), {}, {}};
+    if (!isOpen(reader, path_)) {
+        reader = Reader{path_, {}, {}};
         OSStatus status = open(path_, reader.database);
         if (status == errSecSuccess) status = prepare(reader.database.get(), selectItem, reader.select);
         if (status != errSecSuccess) return {status, {}};

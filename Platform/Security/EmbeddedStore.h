@@ -1,6 +1,6 @@
 #pragma once
 
-#include <filesystem>
+#include <string>
 
 #include "Security/SecretStore.h"
 
@@ -17,7 +17,7 @@ namespace Security {
 /// what else fails.
 class EmbeddedStore final : public SecretStore {
 public:
-    explicit EmbeddedStore(std::filesystem::path path);
+    explicit EmbeddedStore(const std::string& path);
 
     SecItemResult copyMatching(const GenericPasswordQuery& query) override;
     OSStatus update(const GenericPasswordQuery& query, const Foundation::Data& data) override;
@@ -25,7 +25,7 @@ public:
     OSStatus remove(const GenericPasswordQuery& query) override;
 
 private:
-    std::filesystem::path path_;
+    std::string path_;
 };
 
 }  // namespace Security

@@ -17,7 +17,7 @@ std::unique_ptr<SecretStore> currentStore() {
     const auto kind = Foundation::environmentVariable("TESSEL_KEYCHAIN");
     if (!kind) return std::make_unique<SecretService>();
     if (kind->starts_with(filePrefix) && kind->size() > filePrefix.size())
-        return std::make_unique<EmbeddedStore>(kind->substr(filePrefix.size()));
+        return std::make_unique<EmbeddedStore>(std::string(kind->substr(filePrefix.size())));
     return nullptr;
 }
 
