@@ -13,7 +13,8 @@ namespace {
 
 }  // namespace
 
-DynamicLibrary::DynamicLibrary(const std::string& name) : handle_(::dlopen(name.c_str(), RTLD_NOW | RTLD_NODELETE)) {
+DynamicLibrary::DynamicLibrary(const std::string& name, Binding binding)
+    : handle_(::dlopen(name.c_str(), (binding == Binding::now ? RTLD_NOW : RTLD_LAZY) | RTLD_NODELETE)) {
     if (handle_ == nullptr) fail();
 }
 

@@ -9,8 +9,14 @@ namespace Foundation {
 /// it. It stays loaded until the process ends. Safe to use from several threads once constructed.
 class DynamicLibrary {
 public:
+    /// When the functions that the library calls in others are looked for.
+    enum class Binding {
+        now,    ///< at once: one that is missing is an error of the loading
+        atCall  ///< each at its first call, as in an ordinary link: quicker, and one that is missing ends the process
+    };
+
     /// Loads the library of this name ("libsecret-1.so.0"). Throws `std::runtime_error` where it cannot be loaded.
-    explicit DynamicLibrary(const std::string& name);
+    explicit DynamicLibrary(const std::string& name, Binding binding = Binding::now);
 
     /// The function of this name, in the library or one that it depends on, as the type `Function*`.
     /// Throws `std::runtime_error` where there is none.

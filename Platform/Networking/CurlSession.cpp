@@ -39,7 +39,7 @@ struct Library {
         }
     }
 
-    DynamicLibrary library{"libcurl.so.4"};
+    DynamicLibrary library{"libcurl.so.4", DynamicLibrary::Binding::atCall};  // half a millisecond of a start
 #define TESSEL_FUNCTION(name) decltype(::name)* const name = library.function<decltype(::name)>(#name)
     TESSEL_FUNCTION(curl_easy_cleanup);
     TESSEL_FUNCTION(curl_easy_getinfo);
