@@ -7,7 +7,6 @@
 #include <fstream>
 #include <stdexcept>
 #include <system_error>
-#include <utility>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -61,13 +60,6 @@ void watch(pid_t process, Taken& taken) {
 }
 
 }  // namespace
-
-Descriptor::Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-
-void Descriptor::close() {
-    if (number_ >= 0) ::close(number_);
-    number_ = -1;
-}
 
 Descriptor openForReading(const std::string& file) {
     return Descriptor(check(::open(file.c_str(), O_RDONLY | O_CLOEXEC)));

@@ -7,19 +7,9 @@
 #include <utility>
 #include <vector>
 
-/// A file descriptor that is closed with the object.
-class Descriptor {
-public:
-    explicit Descriptor(int number = -1) : number_(number) {}
-    ~Descriptor() { close(); }
-    Descriptor(Descriptor&& other) noexcept;
-    Descriptor& operator=(Descriptor&&) = delete;
-    void close();
-    int number() const { return number_; }
+#include "Foundation/Descriptor.h"
 
-private:
-    int number_;
-};
+using Foundation::Descriptor;
 
 /// Both throw `std::system_error`.
 Descriptor openForReading(const std::string& file);

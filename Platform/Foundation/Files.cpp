@@ -1,7 +1,6 @@
 #include "Foundation/Files.h"
 
 #include <cerrno>
-#include <deque>
 #include <memory>
 #include <random>
 #include <utility>
@@ -19,20 +18,6 @@ namespace {
 
 using Operation = CocoaError::Operation;
 
-class Descriptor {
-public:
-    explicit Descriptor(int number) : number_(number) {}
-    ~Descriptor() {
-        if (number_ >= 0) ::close(number_);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int number() const { return number_; }
-
-private:
-    int number_;
-};
-
 /// The path for a system call; a NUL in it would cut it short and name another file.
 const char* systemPath(const std::filesystem::path& path, Operation operation) {
     if (path.native().find('\0') != std::string::npos)
@@ -47,7 +32,7 @@ std::filesystem::path directoryOf(const std::filesystem::path& path) {
 void syncDirectory(const std::filesystem::path& directory) {
     const Descriptor descriptor(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     // Some file systems cannot sync a directory (EINVAL); the rename stands all the same.
-    if (descriptor.number() < 0 || (::fsync(descriptor.number()) != 0 && errno != EINVAL))
+    if (!descriptor.isOpen() || (::fsync(descriptor.number()) != 0 && errno != EINVAL))
         throw CocoaError(Operation::write, errno, directory);
 }
 
@@ -55,7 +40,7 @@ void syncDirectory(const std::filesystem::path& directory) {
 
 Data read(const std::filesystem::path& path) {
     const Descriptor descriptor(::open(systemPath(path, Operation::read), O_RDONLY | O_CLOEXEC));
-    if (descriptor.number() < 0) throw CocoaError(Operation::read, errno, path);
+    if (!descriptor.isOpen()) throw CocoaError(Operation::read, errno, path);
     struct stat status {};
     if (::fstat(descriptor.number(), &status) != 0) throw CocoaError(Operation::read, errno, path);
     // One byte more than the size, so that the end is seen without growing.
@@ -126,30 +111,29 @@ AtomicWrite::AtomicWrite(std::filesystem::path destination, const Data& data) : 
 
 AtomicWrite::~AtomicWrite() {
     if (!temporary_.empty()) ::unlink(temporary_.c_str());
-    if (descriptor_ >= 0) ::close(descriptor_);
 }
 
 void AtomicWrite::open() {
     const auto directory = directoryOf(destination_);
-    descriptor_ = ::open(directory.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
-    nameless_ = "/proc/self/fd/" + std::to_string(descriptor_);
-    if (descriptor_ >= 0 && ::access(nameless_.c_str(), F_OK) == 0) return;
+    descriptor_ = Descriptor(::open(directory.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600));
+    nameless_ = "/proc/self/fd/" + std::to_string(descriptor_.number());
+    if (descriptor_.isOpen() && ::access(nameless_.c_str(), F_OK) == 0) return;
     // Not every file system has files without names, and without /proc they get none. A fault of another kind shows
     // here again.
-    if (descriptor_ >= 0) ::close(descriptor_);
+    descriptor_.close();
     std::string name = directory / ".writing-XXXXXX";
-    descriptor_ = ::mkostemp(name.data(), O_CLOEXEC);  // mode 0600
-    if (descriptor_ < 0) throw CocoaError(Operation::write, errno, destination_);
+    descriptor_ = Descriptor(::mkostemp(name.data(), O_CLOEXEC));  // mode 0600
+    if (!descriptor_.isOpen()) throw CocoaError(Operation::write, errno, destination_);
     temporary_ = name;
 }
 
 void AtomicWrite::write(const Data& data) {
     for (std::size_t done = 0; done < data.size();) {
-        const ssize_t count = ::write(descriptor_, data.data() + done, data.size() - done);
+        const ssize_t count = ::write(descriptor_.number(), data.data() + done, data.size() - done);
         if (count < 0 && errno != EINTR) throw CocoaError(Operation::write, errno, destination_);
         if (count > 0) done += static_cast<std::size_t>(count);
     }
-    if (::fsync(descriptor_) != 0) throw CocoaError(Operation::write, errno, destination_);
+    if (::fsync(descriptor_.number()) != 0) throw CocoaError(Operation::write, errno, destination_);
 }
 
 /// Gives the file a name; false where there is something of that name.
@@ -170,7 +154,7 @@ void AtomicWrite::nameTemporary() {
 
 void AtomicWrite::commit(const std::vector<std::filesystem::path>& predecessors) {
     // A file that is held loses no more than its name. To free it as well takes ten times as long.
-    std::deque<Descriptor> held;
+    std::vector<Descriptor> held;
     for (const auto& predecessor : predecessors)
         held.emplace_back(::open(predecessor.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     for (const auto& predecessor : predecessors)

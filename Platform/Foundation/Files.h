@@ -6,6 +6,7 @@
 
 #include "Foundation/CocoaError.h"
 #include "Foundation/Data.h"
+#include "Foundation/Descriptor.h"
 
 namespace Foundation {
 
@@ -48,7 +49,7 @@ private:
     void nameTemporary();
 
     std::filesystem::path destination_;
-    int descriptor_ = -1;
+    Descriptor descriptor_;
     std::filesystem::path nameless_;   ///< how the system names the open file
     std::filesystem::path temporary_;  ///< empty while the file has no name, and once it is in place
 };
