@@ -291,16 +291,16 @@ private:
 };
 
 CurlSession::CurlSession() {
-    static const bool isLoading = [] {
+    static std::once_flag once;
+    std::call_once(once, [] {
         try {
             std::thread(load).detach();
             // A process that exits meanwhile waits: what it tears down is still being set up.
-            return std::atexit(load) == 0;
+            std::atexit(load);
         } catch (const std::system_error&) {
-            return false;  // then the first request loads it
+            // Without a thread it is loaded by the first request.
         }
-    }();
-    (void)isLoading;
+    });
 }
 
 CurlSession::~CurlSession() {
