@@ -1,11 +1,13 @@
 #include "Foundation/JSONReader.h"
 
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <limits>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -14,12 +16,9 @@
 
 namespace Foundation {
 
-namespace ondemand = simdjson::ondemand;
 using Reason = DecodingError::Reason;
 
 namespace {
-
-constexpr std::string_view whitespace = " \t\n\r";
 
 bool isDigit(char character) {
     return character >= '0' && character <= '9';
@@ -64,14 +63,44 @@ std::optional<double> nearestDouble(std::string_view text) {
     return value;
 }
 
-/// A parser and the padded copy of the text that it reads.
-struct Workspace {
-    ondemand::parser parser;
-    std::string text;
+/// simdjson's first stage: where the tokens of a text start. It checks the UTF-8, that each text ends, and that no text
+/// holds a control character; all the rest is the reader's. The second stage would cost as much again, and checks
+/// nothing in what is skipped.
+class Tokens {
+public:
+    using Implementation = simdjson::internal::dom_parser_implementation;
+
+    void find(std::string_view text) {
+        if (text.empty()) check(simdjson::EMPTY);
+        if (text.size() > capacity_) {
+            capacity_ = 0;
+            check(implementation_ == nullptr ? simdjson::get_active_implementation()->create_dom_parser_implementation(
+                                                   text.size(), 1, implementation_)
+                                             : implementation_->set_capacity(text.size()));
+            capacity_ = text.size();
+        }
+        check(implementation_->stage1(reinterpret_cast<const std::uint8_t*>(text.data()), text.size(),
+                                      simdjson::stage1_mode::regular));
+    }
+
+    JSONReader::Place begin() const { return implementation_->structural_indexes.get(); }
+    JSONReader::Place end() const { return begin() + implementation_->n_structural_indexes; }
+    std::size_t capacity() const { return capacity_; }
+
+private:
+    static void check(simdjson::error_code error) {
+        if (error == simdjson::EMPTY) throw DecodingError(Reason::malformed, {}, "not valid JSON: there is no value");
+        if (error != simdjson::SUCCESS)
+            throw DecodingError(Reason::malformed, {},
+                                std::string("not valid JSON: ") + simdjson::error_message(error));
+    }
+
+    std::unique_ptr<Implementation> implementation_;
+    std::size_t capacity_ = 0;
 };
 
-/// Workspaces for the next texts. They belong to no thread: most threads end behind a few texts, and to register what
-/// a thread is to destroy waits for a library that another thread is loading.
+/// Tokens for the next texts. They belong to no thread: most threads end behind a few texts, and to register what a
+/// thread is to destroy waits for a library that another thread is loading.
 class Spares {
 public:
     /// Never destroyed: threads may still read when the process ends.
@@ -80,23 +109,23 @@ public:
         return *spares;
     }
 
-    std::unique_ptr<Workspace> take() {
+    std::unique_ptr<Tokens> take() {
         {
             const std::lock_guard lock(mutex_);
             if (!kept_.empty()) {
-                auto workspace = std::move(kept_.back());
+                auto tokens = std::move(kept_.back());
                 kept_.pop_back();
-                return workspace;
+                return tokens;
             }
         }
-        return std::make_unique<Workspace>();
+        return std::make_unique<Tokens>();
     }
 
-    /// Keeps the workspace, unless it has grown out of proportion or there are enough.
-    void give(std::unique_ptr<Workspace> workspace) {
-        if (workspace->text.capacity() > largest) return;
+    /// Keeps the tokens' memory, unless it has grown out of proportion or there is enough.
+    void give(std::unique_ptr<Tokens> tokens) {
+        if (tokens->capacity() > largest) return;
         const std::lock_guard lock(mutex_);
-        if (kept_.size() < kept_.capacity()) kept_.push_back(std::move(workspace));
+        if (kept_.size() < kept_.capacity()) kept_.push_back(std::move(tokens));
     }
 
 private:
@@ -106,147 +135,59 @@ private:
     Spares() { kept_.reserve(maximum); }
 
     std::mutex mutex_;
-    std::vector<std::unique_ptr<Workspace>> kept_;
+    std::vector<std::unique_ptr<Tokens>> kept_;
 };
 
 class Borrowed {
 public:
-    Borrowed() : workspace_(Spares::shared().take()) {}
-    ~Borrowed() { Spares::shared().give(std::move(workspace_)); }
+    Borrowed() : tokens_(Spares::shared().take()) {}
+    ~Borrowed() { Spares::shared().give(std::move(tokens_)); }
     Borrowed(const Borrowed&) = delete;
     Borrowed& operator=(const Borrowed&) = delete;
-    Workspace* operator->() const { return workspace_.get(); }
+    Tokens* operator->() const { return tokens_.get(); }
 
 private:
-    std::unique_ptr<Workspace> workspace_;
+    std::unique_ptr<Tokens> tokens_;
 };
 
 }  // namespace
 
-/// What a reader needs of simdjson, kept out of the header.
-struct JSONReading {
-    static ondemand::value& value(const JSONReader& reader) { return *static_cast<ondemand::value*>(reader.value_); }
-
-    template <class T>
-    static T checked(const JSONReader& reader, simdjson::simdjson_result<T> result) {
-        check(reader, result.error());
-        return std::move(result).value_unsafe();
-    }
-
-    static void check(const JSONReader& reader, simdjson::error_code error) {
-        if (error != simdjson::SUCCESS) reader.failMalformed(simdjson::error_message(error));
-    }
-
-    /// Hands a member or an element over; what the callback leaves unread is walked.
-    static void visit(const JSONReader& parent, std::string_view key, std::size_t index, ondemand::value& value,
-                      FunctionRef<void(JSONReader&)> callback) {
-        JSONReader reader(&parent, key, index, &value);
-        callback(reader);
-        if (!reader.consumed_) reader.skip();
-    }
-
-    static void parse(std::string_view text, FunctionRef<void(JSONReader&)> read) {
-        const JSONReader root(nullptr, {}, 0, nullptr);
-        Borrowed work;
-        // Wrapped into an array, a scalar is read like any other value, and whatever follows it is an error.
-        work->text.reserve(text.size() + 2 + simdjson::SIMDJSON_PADDING);
-        work->text.assign(1, '[').append(text).append(1, ']');
-        const std::size_t length = work->text.size();
-        work->text.append(simdjson::SIMDJSON_PADDING, '\0');
-
-        ondemand::document document;
-        check(root, work->parser.iterate(work->text.data(), length, work->text.size()).get(document));
-        ondemand::array array = checked(root, document.get_array());
-        std::size_t count = 0;
-        for (auto element : array) {
-            if (++count > 1) break;
-            ondemand::value value = checked(root, element);
-            JSONReader reader(nullptr, {}, 0, &value);
-            read(reader);
-            if (!reader.consumed_) reader.skip();
-        }
-        if (count == 0) root.failMalformed("there is no value");
-        // The reading has come to the end when there is no location any more.
-        if (count > 1 || document.current_location().error() != simdjson::OUT_OF_BOUNDS)
-            root.failMalformed("something follows the value");
-    }
-};
-
 void parseJSON(std::string_view text, FunctionRef<void(JSONReader& value)> read) {
-    JSONReading::parse(text, read);
+    const Borrowed tokens;
+    tokens->find(text);
+    JSONReader::Cursor cursor{text.data(), tokens->begin(), tokens->end()};
+    JSONReader value(cursor);
+    read(value);
+    if (value.isUnread()) value.skip();
+    if (cursor.next != cursor.end) value.failMalformed("something follows the value");
 }
 
-JSONReader::JSONReader(const JSONReader* parent, std::string_view key, std::size_t index, void* value)
-    : parent_(parent), key_(key), index_(index), depth_(parent != nullptr ? parent->depth_ + 1 : 1), value_(value) {}
-
-std::string_view JSONReader::token() const {
-    std::string_view token = JSONReading::value(*this).raw_json_token();
-    const std::size_t end = token.find_last_not_of(whitespace);
-    return token.substr(0, end == std::string_view::npos ? 0 : end + 1);
-}
-
-JSONReader::Kind JSONReader::kind() const {
-    const std::string_view text = token();
-    switch (text.empty() ? '\0' : text.front()) {
-        case '{':
-            return Kind::object;
-        case '[':
-            return Kind::array;
-        case '"':
-            return Kind::text;
-        case 't':
-        case 'f':
-            return Kind::boolean;
-        case 'n':
-            return Kind::null;
-        default:
-            return Kind::number;
+/// What stands between a text's quotes, where there is a backslash among it.
+void JSONReader::readEscaped(std::string_view content, std::string& text) const {
+    static const auto* const parser = [] {
+        std::unique_ptr<Tokens::Implementation> made;
+        if (simdjson::get_active_implementation()->create_dom_parser_implementation(1, 1, made) != simdjson::SUCCESS)
+            throw std::bad_alloc();
+        return made.release();
+    }();
+    // simdjson reads and writes whole blocks, behind the end as well. Near the text's end it reads a copy.
+    constexpr std::size_t padding = simdjson::SIMDJSON_PADDING;
+    std::string source;
+    const char* start = content.data();
+    if (static_cast<std::size_t>(cursor_->text + *cursor_->end - start) < content.size() + padding) {
+        source.reserve(content.size() + 1 + padding);
+        start = source.append(content).append(1, '"').append(padding, '\0').data();
     }
-}
-
-void JSONReader::object(FunctionRef<void(std::string_view key, JSONReader& value)> member) {
-    if (kind() != Kind::object) failExpecting("an object");
-    if (depth_ > maximumDepth) throw DecodingError(Reason::malformed, {}, "not valid JSON: nested too deeply");
-    consumed_ = true;
-    for (auto entry : JSONReading::checked(*this, JSONReading::value(*this).get_object())) {
-        ondemand::field field = JSONReading::checked(*this, std::move(entry));
-        const char* start = field.key().raw();
-        std::size_t length = 0;
-        while (start[length] != '"' && start[length] != '\\')
-            ++length;
-        // Few keys have an escape: those alone are rewritten.
-        const std::string_view key =
-            start[length] == '"' ? std::string_view(start, length) : JSONReading::checked(*this, field.unescaped_key());
-        JSONReading::visit(*this, key, 0, field.value(), [&](JSONReader& value) { member(key, value); });
+    std::array<std::uint8_t, 1024> nearby;
+    std::vector<std::uint8_t> large;
+    std::uint8_t* target = nearby.data();
+    if (content.size() + padding > nearby.size()) {
+        large.resize(content.size() + padding);
+        target = large.data();
     }
-}
-
-void JSONReader::array(FunctionRef<void(JSONReader& element)> element) {
-    if (kind() != Kind::array) failExpecting("an array");
-    if (depth_ > maximumDepth) throw DecodingError(Reason::malformed, {}, "not valid JSON: nested too deeply");
-    consumed_ = true;
-    std::size_t index = 0;
-    for (auto entry : JSONReading::checked(*this, JSONReading::value(*this).get_array())) {
-        ondemand::value value = JSONReading::checked(*this, std::move(entry));
-        JSONReading::visit(*this, {}, index++, value, element);
-    }
-}
-
-void JSONReader::read(std::string& text) {
-    if (kind() != Kind::text) failExpecting("a text");
-    text = JSONReading::checked(*this, JSONReading::value(*this).get_string());
-    consumed_ = true;
-}
-
-// Scalars below are read from their spelling: simdjson's own conversions accept what the grammar does not, and are
-// wrong for numbers of more than 19 digits. It passes over the token by itself.
-
-void JSONReader::read(bool& boolean) {
-    const std::string_view text = token();
-    if (kind() != Kind::boolean) failExpecting("a boolean");
-    if (text != "true" && text != "false") failMalformed("an unknown literal");
-    boolean = text == "true";
-    consumed_ = true;
+    const std::uint8_t* const end = parser->parse_string(reinterpret_cast<const std::uint8_t*>(start), target);
+    if (end == nullptr) failMalformed("a text has an escape that is none");
+    text.assign(reinterpret_cast<const char*>(target), static_cast<std::size_t>(end - target));
 }
 
 void JSONReader::read(double& real) {
@@ -256,10 +197,10 @@ void JSONReader::read(double& real) {
     const auto value = nearestDouble(text);
     if (!value) failExpecting("a number within the range of a double");
     real = *value;
-    consumed_ = true;
+    passOver();
 }
 
-void JSONReader::read(std::int64_t& integer) {
+void JSONReader::readUnusual(std::int64_t& integer) {
     const std::string_view text = token();
     if (kind() != Kind::number) failExpecting("an integer");
     if (!isNumber(text)) failMalformed("a number or literal is misspelled");
@@ -271,14 +212,7 @@ void JSONReader::read(std::int64_t& integer) {
         if (value < -0x1p63 || value >= 0x1p63 || value != std::trunc(value)) failExpecting("an integer");
         integer = static_cast<std::int64_t>(value);
     }
-    consumed_ = true;
-}
-
-bool JSONReader::null() {
-    if (kind() != Kind::null) return false;
-    if (token() != "null") failMalformed("an unknown literal");
-    consumed_ = true;
-    return true;
+    passOver();
 }
 
 void JSONReader::skip() {
@@ -286,20 +220,24 @@ void JSONReader::skip() {
         case Kind::null:
             null();
             break;
-        case Kind::boolean: {
-            bool ignored = false;
-            read(ignored);
+        case Kind::boolean:
+            if (token() != "true" && token() != "false") failMalformed("an unknown literal");
+            passOver();
             break;
-        }
-        case Kind::number: {
+        case Kind::number:
             // Its size does not matter: nobody reads it.
             if (!isNumber(token())) failMalformed("a number or literal is misspelled");
-            consumed_ = true;
+            passOver();
             break;
-        }
         case Kind::text: {
-            std::string ignored;
-            read(ignored);
+            const std::string_view quoted = token();
+            if (std::memchr(quoted.data(), '\\', quoted.size()) == nullptr) {
+                if (quoted.size() < 2 || quoted.back() != '"') failMalformed("a text does not end");
+                passOver();
+            } else {
+                std::string ignored;
+                read(ignored);
+            }
             break;
         }
         case Kind::array:
@@ -324,19 +262,14 @@ std::string JSONReader::path() const {
 }
 
 std::string_view JSONReader::raw() {
-    const char* const start = token().data();
-    const bool isScalar = kind() != Kind::array && kind() != Kind::object;
-    const std::string_view scalar = token();
     skip();
-    if (isScalar) return scalar;
-    // Behind a value stands at least the bracket of what holds it.
-    const char* const end = JSONReading::checked(*this, JSONReading::value(*this).current_location());
-    const std::string_view text(start, static_cast<std::size_t>(end - start));
-    return text.substr(0, text.find_last_of("]}") + 1);
+    const std::string_view last = cursor_->token(cursor_->next - 1);
+    const char* const start = cursor_->text + *start_;
+    return {start, static_cast<std::size_t>(last.data() + last.size() - start)};
 }
 
 void JSONReader::failExpecting(const std::string& expectation) {
-    if (!consumed_) skip();
+    skip();
     throw DecodingError(Reason::typeMismatch, path(), "expected " + expectation);
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -12,7 +13,7 @@ namespace Foundation {
 
 /// One value of a JSON text (RFC 8259) while it is being read. A reader is handed to a callback and serves for the
 /// length of that call; a value that the callback leaves unread is skipped, and checked all the same. Every read
-/// throws `DecodingError` where the value is of another kind or the text is malformed.
+/// throws `DecodingError` where the value is of another kind or the text is malformed. A value may be read again.
 class JSONReader {
 public:
     enum class Kind { null, boolean, number, text, array, object };
@@ -22,11 +23,17 @@ public:
 
     Kind kind() const;
 
-    /// Reads an object, member by member in the text's order. Of equal keys each is handed over: the last one wins
-    /// where the callback assigns. `key` is unescaped, and valid during the call.
-    void object(FunctionRef<void(std::string_view key, JSONReader& value)> member);
-    void array(FunctionRef<void(JSONReader& element)> element);
+    /// Reads an object, member by member in the text's order: `member(std::string_view key, JSONReader& value)`. Of
+    /// equal keys each is handed over: the last one wins where the callback assigns. The key is unescaped, and valid
+    /// during the call.
+    template <class Member>
+    void object(Member&& member);
 
+    /// Reads an array: `element(JSONReader& value)`.
+    template <class Element>
+    void array(Element&& element);
+
+    /// Nothing has changed in the arguments of these where they throw.
     void read(std::string& text);
     void read(bool& boolean);
 
@@ -42,10 +49,23 @@ public:
     /// Passes over the value and checks that it is well-formed, all the way down.
     void skip();
 
+    /// Reads the value by `read(JSONReader&)`; what that throws, unless the text is malformed, makes this pass over
+    /// the whole value and answer false.
+    template <class Read>
+    bool attempt(Read&& read);
+
+    /// Where the value stands, for `revisit`.
+    using Place = const std::uint32_t*;
+    Place place() const { return start_; }
+
+    /// Reads a member of this object once more, by `read(JSONReader&)`, while the object is being read or was just.
+    template <class Read>
+    void revisit(Place place, std::string_view key, Read&& read);
+
     /// Whether the number is written with digits alone, and so is an integer by its spelling.
     bool isWrittenAsInteger() const;
 
-    /// The value's own text, once it has been passed over and checked; valid during the callback.
+    /// The value's own text, once it has been passed over and checked; valid as long as the whole text is.
     std::string_view raw();
 
     /// Throws the error for this place: "expected EXPECTATION", unless what stands there is no JSON at all.
@@ -55,23 +75,198 @@ public:
     [[noreturn]] void failMissing(std::string_view key) const;
 
 private:
-    friend struct JSONReading;
-    JSONReader(const JSONReader* parent, std::string_view key, std::size_t index, void* value);
+    friend void parseJSON(std::string_view text, FunctionRef<void(JSONReader& value)> read);
 
-    std::string_view token() const;
+    /// A text's tokens: where each bracket, comma, colon, text, number and literal starts. `end` is one past the last
+    /// of them, and can be read: it is the text's length.
+    struct Cursor {
+        const char* text;
+        Place next;
+        Place end;
+
+        char front() const { return next != end ? text[*next] : '\0'; }
+
+        /// A token without the blanks behind it.
+        std::string_view token(Place place) const {
+            const char* const start = text + place[0];
+            const char* last = text + place[1];
+            while (last != start && (last[-1] == ' ' || last[-1] == '\n' || last[-1] == '\r' || last[-1] == '\t'))
+                --last;
+            return {start, static_cast<std::size_t>(last - start)};
+        }
+    };
+
+    explicit JSONReader(Cursor& cursor) : start_(cursor.next), cursor_(&cursor) {}
+    JSONReader(const JSONReader& parent, std::string_view key, std::size_t index)
+        : start_(parent.cursor_->next),
+          cursor_(parent.cursor_),
+          parent_(&parent),
+          key_(key),
+          index_(index),
+          depth_(parent.depth_ + 1) {}
+
+    char front() const { return start_ != cursor_->end ? cursor_->text[*start_] : '\0'; }
+    std::string_view token() const { return start_ != cursor_->end ? cursor_->token(start_) : std::string_view(); }
+    bool isUnread() const { return cursor_->next == start_; }
+    void passOver() { cursor_->next = start_ + 1; }
+
+    /// Steps behind an opening bracket; false where the closing one follows, and that is passed as well.
+    bool enter(char opening, char closing, const char* expectation);
+    /// Steps behind the comma or the closing bracket; whether it was a comma.
+    bool goesOn(char closing);
+    /// Steps behind a key and its colon. `unescaped` holds a key that has an escape.
+    std::string_view takeKey(std::string& unescaped);
+
+    void readEscaped(std::string_view content, std::string& text) const;
+    void readUnusual(std::int64_t& integer);
     std::string path() const;
     [[noreturn]] void failMalformed(const char* reason) const;
 
-    const JSONReader* parent_;
+    Place start_;
+    Cursor* cursor_;
+    const JSONReader* parent_ = nullptr;
     std::string_view key_;
-    std::size_t index_;
-    int depth_;
-    bool consumed_ = false;
-    void* value_;
+    std::size_t index_ = 0;
+    int depth_ = 1;
 };
 
 /// Reads the JSON text, which must hold one value and nothing behind it. Safe to call from several threads and from
 /// within itself. Throws `DecodingError`, and what `read` throws.
 void parseJSON(std::string_view text, FunctionRef<void(JSONReader& value)> read);
+
+// What is called for each value stands here, so that a table's reading is compiled into one piece.
+
+inline JSONReader::Kind JSONReader::kind() const {
+    switch (front()) {
+        case '{':
+            return Kind::object;
+        case '[':
+            return Kind::array;
+        case '"':
+            return Kind::text;
+        case 't':
+        case 'f':
+            return Kind::boolean;
+        case 'n':
+            return Kind::null;
+        default:
+            return Kind::number;
+    }
+}
+
+inline bool JSONReader::enter(char opening, char closing, const char* expectation) {
+    if (front() != opening) failExpecting(expectation);
+    if (depth_ > maximumDepth) failMalformed("nested too deeply");
+    passOver();
+    if (cursor_->front() != closing) return true;
+    ++cursor_->next;
+    return false;
+}
+
+inline bool JSONReader::goesOn(char closing) {
+    const char character = cursor_->front();
+    if (character != ',' && character != closing) failMalformed("a comma or a closing bracket is missing");
+    ++cursor_->next;
+    return character == ',';
+}
+
+inline std::string_view JSONReader::takeKey(std::string& unescaped) {
+    if (cursor_->front() != '"') failMalformed("a key is missing");
+    std::string_view key = cursor_->token(cursor_->next);
+    if (key.size() < 2 || key.back() != '"') failMalformed("a key does not end");
+    key = key.substr(1, key.size() - 2);
+    if (std::memchr(key.data(), '\\', key.size()) != nullptr) {
+        readEscaped(key, unescaped);
+        key = unescaped;
+    }
+    ++cursor_->next;
+    if (cursor_->front() != ':') failMalformed("a colon is missing");
+    ++cursor_->next;
+    return key;
+}
+
+template <class Member>
+void JSONReader::object(Member&& member) {
+    std::string unescaped;
+    if (!enter('{', '}', "an object")) return;
+    do {
+        const std::string_view key = takeKey(unescaped);
+        JSONReader value(*this, key, 0);
+        member(key, value);
+        if (value.isUnread()) value.skip();
+    } while (goesOn('}'));
+}
+
+template <class Element>
+void JSONReader::array(Element&& element) {
+    if (!enter('[', ']', "an array")) return;
+    std::size_t index = 0;
+    do {
+        JSONReader value(*this, {}, index++);
+        element(value);
+        if (value.isUnread()) value.skip();
+    } while (goesOn(']'));
+}
+
+template <class Read>
+bool JSONReader::attempt(Read&& read) {
+    try {
+        read(*this);
+        return true;
+    } catch (const DecodingError& error) {
+        if (error.reason() == DecodingError::Reason::malformed) throw;
+        skip();
+        return false;
+    }
+}
+
+template <class Read>
+void JSONReader::revisit(Place place, std::string_view key, Read&& read) {
+    const Place next = cursor_->next;
+    cursor_->next = place;
+    JSONReader value(*this, key, 0);
+    read(value);
+    cursor_->next = next;
+}
+
+inline void JSONReader::read(std::string& text) {
+    const std::string_view quoted = token();
+    if (front() != '"') failExpecting("a text");
+    if (quoted.size() < 2 || quoted.back() != '"') failMalformed("a text does not end");
+    const std::string_view content = quoted.substr(1, quoted.size() - 2);
+    if (std::memchr(content.data(), '\\', content.size()) != nullptr)
+        readEscaped(content, text);
+    else
+        text.assign(content);
+    passOver();
+}
+
+inline void JSONReader::read(bool& boolean) {
+    const std::string_view text = token();
+    if (text != "true" && text != "false") failExpecting("a boolean");
+    boolean = text.front() == 't';
+    passOver();
+}
+
+inline void JSONReader::read(std::int64_t& integer) {
+    // Most are times: plain digits, too few to overflow.
+    constexpr std::size_t safe = 18;
+    const std::string_view text = token();
+    if (text.empty() || text.size() > safe || (text.front() == '0' && text.size() > 1)) return readUnusual(integer);
+    std::int64_t value = 0;
+    for (const char character : text) {
+        if (character < '0' || character > '9') return readUnusual(integer);
+        value = value * 10 + (character - '0');
+    }
+    integer = value;
+    passOver();
+}
+
+inline bool JSONReader::null() {
+    if (front() != 'n') return false;
+    if (token() != "null") failMalformed("an unknown literal");
+    passOver();
+    return true;
+}
 
 }  // namespace Foundation
