@@ -2,23 +2,35 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "Foundation/Hash.h"
 #include "Foundation/JSONReader.h"
 #include "Foundation/JSONWriter.h"
+#include "Foundation/KeyIndex.h"
 #include "Foundation/URL.h"
+#include "Foundation/WireNames.h"
 
-/// Records and their JSON: one table per type, which decoding and encoding walk.
+/// Records and their JSON: one table per type, which decoding, encoding and hashing walk.
 ///
 ///     template <>
 ///     constexpr auto Foundation::fields<Server> = std::tuple{required("url", &Server::url),
 ///                                                            optional("port", &Server::port)};
+///
+/// A member is a text, a boolean, an integer of 64 bits, a URL, an enumeration with `wireNames`, a record, an optional,
+/// a list or a map from texts of these, or a type with `readJSON(JSONReader&, T&)` and `writeJSON(JSONWriter&, const T&)`
+/// beside it. One whose JSON has a shape of its own names a coder, a type with the static functions
+/// `decode(JSONReader&, Member&)` and `encode(JSONWriter&, const Member&)`: `defaulted<IDsOfObjects>("participants", …)`.
 namespace Foundation {
 
 enum class Presence {
@@ -27,25 +39,58 @@ enum class Presence {
     optional    ///< missing or null is an absent optional, which is left out when written
 };
 
-template <class Record, class Member>
+/// When a row's second key is looked at.
+enum class Instead {
+    never,
+    ofMissingOrNull,  ///< where the first key is missing or null
+    ofMissing         ///< where the first key is missing
+};
+
+/// A value coded by its type alone.
+struct ByType {
+    template <class Value>
+    static void decode(JSONReader& reader, Value& value);
+    template <class Value>
+    static void encode(JSONWriter& writer, const Value& value);
+};
+
+template <class Record, class Member, class Coder = ByType, class OtherCoder = ByType>
 struct Field {
+    using FirstCoder = Coder;
+    using SecondCoder = OtherCoder;
+
     std::string_view key;
     Member Record::*member;
     Presence presence;
+    Instead instead = Instead::never;
+    std::string_view otherKey = {};
+
+    /// A second key, which is only ever read. Its value counts where the first key is missing or null.
+    template <class Other>
+    constexpr Field<Record, Member, Coder, Other> orElse(std::string_view other) const {
+        return {key, member, presence, Instead::ofMissingOrNull, other};
+    }
+
+    /// The same, where the first key is missing; null keeps its meaning.
+    template <class Other>
+    constexpr Field<Record, Member, Coder, Other> ifMissing(std::string_view other) const {
+        return {key, member, presence, Instead::ofMissing, other};
+    }
 };
 
-template <class Record, class Member>
-constexpr Field<Record, Member> required(std::string_view key, Member Record::*member) {
+template <class Coder = ByType, class Record, class Member>
+constexpr Field<Record, Member, Coder> required(std::string_view key, Member Record::*member) {
     return {key, member, Presence::required};
 }
 
-template <class Record, class Member>
-constexpr Field<Record, Member> defaulted(std::string_view key, Member Record::*member) {
+template <class Coder = ByType, class Record, class Member>
+constexpr Field<Record, Member, Coder> defaulted(std::string_view key, Member Record::*member) {
     return {key, member, Presence::defaulted};
 }
 
-template <class Record, class Member>
-constexpr Field<Record, std::optional<Member>> optional(std::string_view key, std::optional<Member> Record::*member) {
+template <class Coder = ByType, class Record, class Member>
+constexpr Field<Record, std::optional<Member>, Coder> optional(std::string_view key,
+                                                               std::optional<Member> Record::*member) {
     return {key, member, Presence::optional};
 }
 
@@ -56,11 +101,22 @@ inline constexpr auto fields = nullptr;
 template <class Record>
 concept HasFields = !std::is_null_pointer_v<std::remove_cv_t<decltype(fields<Record>)>>;
 
+/// Reads a record into one that holds its defaults. Unknown keys are passed over; of equal keys the last one wins.
+/// Throws `DecodingError`.
+template <HasFields Record>
+void decode(JSONReader& reader, Record& record);
+
+/// Writes a record, its keys in the table's order. Throws `std::invalid_argument` for what JSON cannot hold.
+template <HasFields Record>
+void encode(JSONWriter& writer, const Record& record);
+
 namespace detail {
 
 struct Anything {
     template <class T>
-    operator T() const { return T(); }
+    operator T() const {
+        return T();
+    }
 };
 
 /// How many members an aggregate has.
@@ -72,104 +128,184 @@ constexpr std::size_t memberCount() {
         return sizeof...(Found);
 }
 
+template <class Record>
+inline constexpr std::size_t rowCount = std::tuple_size_v<std::remove_cv_t<decltype(fields<Record>)>>;
+
+/// The keys of a table, the rows' first and then their second ones.
+template <class Record>
+constexpr auto keysOf() {
+    return std::apply([](const auto&... rows) { return std::array{rows.key..., rows.otherKey...}; }, fields<Record>);
+}
+
+template <class Record>
+inline constexpr KeyIndex<2 * rowCount<Record>> keyIndex{keysOf<Record>()};
+
+template <class Enumeration>
+std::string listOfNames() {
+    std::string list;
+    for (const std::string_view name : wireNames<Enumeration>)
+        list.append(list.empty() ? "one of \"" : "\", \"").append(name);
+    return list + '"';
+}
+
+/// What is known of a record while its object is being read.
+template <class Record>
+struct Progress {
+    std::uint32_t keysSeen = 0;                                // one bit a row: its first key was there
+    std::uint32_t valuesRead = 0;                              // and held a value other than null
+    std::array<JSONReader::Place, rowCount<Record>> others{};  // where the value of its second key stands
+};
+
+template <std::size_t row, class Record>
+void takeField(JSONReader& value, Record& record, Progress<Record>& progress) {
+    constexpr auto field = std::get<row>(fields<Record>);
+    constexpr std::uint32_t bit = std::uint32_t{1} << row;
+    auto& member = record.*(field.member);
+    if ((progress.keysSeen & bit) != 0) member = Record{}.*(field.member);
+    progress.keysSeen |= bit;
+    progress.valuesRead &= ~bit;
+    if (field.presence != Presence::required && value.null()) return;
+    decltype(field)::FirstCoder::decode(value, member);
+    progress.valuesRead |= bit;
+}
+
+/// Whether the key is exactly this one; its length is known when the program is compiled.
+template <class Record, std::size_t number>
+bool isKey(std::string_view key) {
+    constexpr std::string_view expected = keysOf<Record>()[number];
+    return key.size() == expected.size() && std::memcmp(key.data(), expected.data(), expected.size()) == 0;
+}
+
+template <class Record, std::size_t... rows>
+void takeMember(std::string_view key, JSONReader& value, Record& record, Progress<Record>& progress,
+                std::index_sequence<rows...>) {
+    constexpr std::size_t count = sizeof...(rows);
+    const std::size_t number = keyIndex<Record>.find(key);
+    const auto take = [&]<std::size_t row>(std::integral_constant<std::size_t, row>) {
+        if (number == row) {
+            if (isKey<Record, row>(key)) takeField<row>(value, record, progress);
+            return true;
+        }
+        if constexpr (std::get<row>(fields<Record>).instead != Instead::never) {
+            if (number == count + row) {
+                if (isKey<Record, count + row>(key)) progress.others[row] = value.place();
+                return true;
+            }
+        }
+        return false;
+    };
+    (void)(take(std::integral_constant<std::size_t, rows>()) || ...);
+}
+
+/// Sees to a row whose first key gave no value.
+template <std::size_t row, class Record>
+void finishField(JSONReader& reader, Record& record, const Progress<Record>& progress) {
+    constexpr auto field = std::get<row>(fields<Record>);
+    constexpr std::uint32_t bit = std::uint32_t{1} << row;
+    if constexpr (field.presence == Presence::required) {
+        if ((progress.keysSeen & bit) == 0) reader.failMissing(field.key);
+    }
+    if constexpr (field.instead != Instead::never) {
+        const std::uint32_t known = field.instead == Instead::ofMissing ? progress.keysSeen : progress.valuesRead;
+        if ((known & bit) == 0 && progress.others[row] != nullptr)
+            reader.revisit(progress.others[row], field.otherKey, [&](JSONReader& value) {
+                if (!value.null()) decltype(field)::SecondCoder::decode(value, record.*(field.member));
+            });
+    }
+}
+
+template <class Record, class Member, class Coder, class Other>
+void encodeField(JSONWriter& writer, const Field<Record, Member, Coder, Other>& field, const Record& record) {
+    const Member& member = record.*(field.member);
+    if constexpr (requires { member.has_value(); }) {
+        if (!member) return;
+    }
+    Coder::encode(writer.key(field.key), member);
+}
+
 }  // namespace detail
 
-/// Reads a record. Unknown keys are passed over; of equal keys the last one wins. Throws `DecodingError`.
-template <HasFields Record>
-Record decode(JSONReader& reader);
-
-/// Writes a record, its keys in the table's order. Throws `std::invalid_argument` for what JSON cannot hold.
-template <HasFields Record>
-void encode(JSONWriter& writer, const Record& record);
-
-namespace detail {
-
 template <class Value>
-void decodeValue(JSONReader& reader, Value& value) {
-    if constexpr (HasFields<Value>) {
-        value = decode<Value>(reader);
+void ByType::decode(JSONReader& reader, Value& value) {
+    if constexpr (requires { readJSON(reader, value); }) {
+        readJSON(reader, value);
+    } else if constexpr (HasFields<Value>) {
+        Foundation::decode(reader, value);
+    } else if constexpr (requires { reader.read(value); }) {
+        reader.read(value);
+    } else if constexpr (HasWireNames<Value>) {
+        std::string name;
+        reader.read(name);
+        const auto named = fromWireName<Value>(name);
+        if (!named) reader.failExpecting(detail::listOfNames<Value>());
+        value = *named;
     } else if constexpr (std::is_same_v<Value, URL>) {
         std::string text;
         reader.read(text);
         auto url = URL::parse(text);
         if (!url) reader.failExpecting("a URL");
         value = *std::move(url);
+    } else if constexpr (requires { value.has_value(); }) {
+        decode(reader, value.emplace());
+    } else if constexpr (requires { value.emplace_back(); }) {
+        reader.array([&](JSONReader& element) { decode(element, value.emplace_back()); });
     } else {
-        reader.read(value);
+        reader.object([&](std::string_view key, JSONReader& member) {
+            // Servers write the keys of a map in their order, mostly.
+            const std::size_t size = value.size();
+            const auto entry = value.try_emplace(value.end(), std::string(key));
+            if (value.size() == size) entry->second = {};
+            decode(member, entry->second);
+        });
     }
 }
 
 template <class Value>
-void encodeValue(JSONWriter& writer, const Value& value) {
-    if constexpr (HasFields<Value>)
-        encode(writer, value);
-    else if constexpr (std::is_same_v<Value, URL>)
+void ByType::encode(JSONWriter& writer, const Value& value) {
+    if constexpr (requires { writeJSON(writer, value); }) {
+        writeJSON(writer, value);
+    } else if constexpr (HasFields<Value>) {
+        Foundation::encode(writer, value);
+    } else if constexpr (HasWireNames<Value>) {
+        writer.value(wireName(value));
+    } else if constexpr (std::is_same_v<Value, URL>) {
         writer.value(value.absoluteString());
-    else
+    } else if constexpr (requires { value.has_value(); }) {
+        encode(writer, *value);
+    } else if constexpr (requires { writer.value(value); }) {
         writer.value(value);
-}
-
-template <class Record, class Member>
-void decodeField(JSONReader& reader, const Field<Record, Member>& field, Record& record) {
-    Member& member = record.*(field.member);
-    if (field.presence != Presence::required && reader.null()) return;
-    if constexpr (requires { member.emplace(); })
-        decodeValue(reader, member.emplace());
-    else
-        decodeValue(reader, member);
-}
-
-template <class Record, class Member>
-void encodeField(JSONWriter& writer, const Field<Record, Member>& field, const Record& record) {
-    const Member& member = record.*(field.member);
-    if constexpr (requires { member.has_value(); }) {
-        if (!member) return;
-        encodeValue(writer.key(field.key), *member);
+    } else if constexpr (requires { value.begin()->second; }) {
+        writer.beginObject();
+        for (const auto& [key, member] : value)
+            encode(writer.key(key), member);
+        writer.endObject();
     } else {
-        encodeValue(writer.key(field.key), member);
+        writer.beginArray();
+        for (const auto& element : value)
+            encode(writer, element);
+        writer.endArray();
     }
 }
 
-}  // namespace detail
-
 template <HasFields Record>
-Record decode(JSONReader& reader) {
-    constexpr auto table = fields<Record>;
-    constexpr std::size_t count = std::tuple_size_v<decltype(table)>;
+void decode(JSONReader& reader, Record& record) {
+    constexpr std::size_t count = detail::rowCount<Record>;
     static_assert(count == detail::memberCount<Record>(), "every member needs its row");
+    static_assert(count <= std::numeric_limits<std::uint32_t>::digits);
 
-    Record record{};
-    std::array<bool, count> seen{};
+    detail::Progress<Record> progress;
     reader.object([&](std::string_view key, JSONReader& value) {
-        std::apply(
-            [&](const auto&... rows) {
-                std::size_t row = 0;
-                const auto take = [&](const auto& field) {
-                    if (key != field.key) return ++row, false;
-                    if (seen[row]) record.*(field.member) = Record{}.*(field.member);
-                    detail::decodeField(value, field, record);
-                    return seen[row] = true;
-                };
-                (void)(take(rows) || ...);
-            },
-            table);
+        detail::takeMember(key, value, record, progress, std::make_index_sequence<count>());
     });
-    std::apply(
-        [&](const auto&... rows) {
-            std::size_t row = 0;
-            const auto check = [&](const auto& field) {
-                if (!seen[row++] && field.presence == Presence::required) reader.failMissing(field.key);
-            };
-            (check(rows), ...);
-        },
-        table);
-    return record;
+    [&]<std::size_t... rows>(std::index_sequence<rows...>) {
+        (detail::finishField<rows>(reader, record, progress), ...);
+    }
+    (std::make_index_sequence<count>());
 }
 
 template <HasFields Record>
 void encode(JSONWriter& writer, const Record& record) {
-    static_assert(std::tuple_size_v<decltype(fields<Record>)> == detail::memberCount<Record>(),
-                  "every member needs its row");
+    static_assert(detail::rowCount<Record> == detail::memberCount<Record>(), "every member needs its row");
     writer.beginObject();
     std::apply([&](const auto&... rows) { (detail::encodeField(writer, rows, record), ...); }, fields<Record>);
     writer.endObject();
@@ -181,19 +317,19 @@ std::size_t hashFields(const Record& record) {
     return std::apply([&](const auto&... rows) { return hashOf(record.*(rows.member)...); }, fields<Record>);
 }
 
-/// A record from its JSON text. Throws `DecodingError`.
-template <HasFields Record>
-Record decodeJSON(std::string_view text) {
-    std::optional<Record> record;
-    parseJSON(text, [&](JSONReader& reader) { record = decode<Record>(reader); });
-    return *std::move(record);
+/// A value from its JSON text. Throws `DecodingError`.
+template <class Value>
+Value decodeJSON(std::string_view text) {
+    Value value{};
+    parseJSON(text, [&](JSONReader& reader) { ByType::decode(reader, value); });
+    return value;
 }
 
-/// A record as compact JSON. Throws `std::invalid_argument` for what JSON cannot hold.
-template <HasFields Record>
-std::string encodeJSON(const Record& record) {
+/// A value as compact JSON. Throws `std::invalid_argument` for what JSON cannot hold.
+template <class Value>
+std::string encodeJSON(const Value& value) {
     JSONWriter writer;
-    encode(writer, record);
+    ByType::encode(writer, value);
     return std::move(writer).text();
 }
 

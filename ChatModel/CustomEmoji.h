@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace ChatModel {
+
+/// An emoji that someone uploaded to the server:
+///
+///     {"id":"e1","name":"party","creator_id":"u1","update_at":1}
+///
+/// Every key is required.
+struct CustomEmoji {
+    std::string id;
+    std::string name;
+    std::string creatorID;
+    std::int64_t updateAt = 0;  ///< milliseconds since the Unix epoch
+
+    friend bool operator==(const CustomEmoji&, const CustomEmoji&) = default;
+};
+
+}  // namespace ChatModel
+
+template <>
+struct std::hash<ChatModel::CustomEmoji> {
+    std::size_t operator()(const ChatModel::CustomEmoji& emoji) const noexcept;
+};

@@ -1,0 +1,111 @@
+#include "ChatModel/Post.h"
+
+#include <algorithm>
+
+#include "ChatModel/AttachmentCoding.h"
+
+namespace ChatModel {
+
+namespace {
+
+constexpr std::array<std::string_view, 10> joinLeaveTypes = {
+    "system_join_leave",  "system_add_remove",      "system_join_channel",   "system_leave_channel",
+    "system_join_team",   "system_leave_team",      "system_add_to_channel", "system_remove_from_channel",
+    "system_add_to_team", "system_remove_from_team"};
+
+constexpr std::array<std::string_view, 2> channelLifecycleTypes = {"system_channel_deleted", "system_channel_restored"};
+
+template <std::size_t count>
+bool contains(const std::array<std::string_view, count>& types, std::string_view type) {
+    return std::find(types.begin(), types.end(), type) != types.end();
+}
+
+bool standsInEmojiName(char character) {
+    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
+           (character >= '0' && character <= '9') || character == '+' || character == '-' || character == '_';
+}
+
+void collectEmojiNames(std::string_view text, std::set<std::string>& names) {
+    for (std::size_t colon = text.find(':'); colon != std::string_view::npos; colon = text.find(':', colon)) {
+        const std::size_t start = colon + 1;
+        std::size_t end = start;
+        while (end < text.size() && standsInEmojiName(text[end]))
+            ++end;
+        const bool isName = end > start && end < text.size() && text[end] == ':';
+        if (isName) names.emplace(text.substr(start, end - start));
+        // A colon that closes no name may open one.
+        colon = isName ? end + 1 : end;
+    }
+}
+
+}  // namespace
+
+bool Post::isEphemeral() const {
+    return contains(ephemeralTypes, type);
+}
+
+bool Post::isJoinLeaveMessage() const {
+    return contains(joinLeaveTypes, type);
+}
+
+bool Post::isFromWebhook() const {
+    // Deliberately a text: the server sends no boolean here, and one would not count.
+    const std::string* const flag = findString(props, "from_webhook");
+    return flag != nullptr && *flag == "true";
+}
+
+bool Post::isNotificationSuppressed() const {
+    if (props.empty()) return false;
+    // Deliberately any text, "false" too: to force is to fill the property in.
+    const std::string* const forcedBy = findString(props, "force_notification");
+    if ((forcedBy != nullptr && !forcedBy->empty()) || findBool(props, "force_notification") == true) return false;
+    return findBool(props, "silent_notification").value_or(false);
+}
+
+bool Post::excludesFromChannelMessageCount() const {
+    return isJoinLeaveMessage() || isNotificationSuppressed();
+}
+
+bool Post::isIgnoredForReadState(std::string_view reader) const {
+    if (type == "system_add_to_channel") {
+        const std::string* const added = findString(props, "addedUserId");
+        if (added != nullptr && *added == reader) return false;
+    }
+    return isJoinLeaveMessage() || contains(channelLifecycleTypes, type);
+}
+
+bool Post::isInteractable() const {
+    return !isDeleted() && !isEphemeral() && !isSystemMessage() && !isPending();
+}
+
+bool Post::supportsReadReceipts() const {
+    return findBool(props, "velto_read_receipts") == true && type.empty() && !isDeleted() && !isPending();
+}
+
+std::vector<MessageAttachment> Post::messageAttachments() const {
+    const JSONValue* const attachments = find(props, "attachments");
+    return attachments == nullptr ? std::vector<MessageAttachment>() : attachmentsFrom(*attachments);
+}
+
+std::set<std::string> Post::emojiNames() const {
+    std::set<std::string> names;
+    for (const auto& attachment : messageAttachments()) {
+        for (const std::string* text : {&attachment.pretext, &attachment.title, &attachment.text})
+            collectEmojiNames(*text, names);
+        for (const auto& field : attachment.fields)
+            collectEmojiNames(field.value, names);
+    }
+    collectEmojiNames(message, names);
+    return names;
+}
+
+std::set<std::string> Post::referencedUserIDs() const {
+    std::set<std::string> users = {userID};
+    if (const auto event = systemEvent()) {
+        if (event->subject.id) users.insert(*event->subject.id);
+        if (event->actor && event->actor->id) users.insert(*event->actor->id);
+    }
+    return users;
+}
+
+}  // namespace ChatModel
