@@ -60,23 +60,8 @@ struct JSONValueCoding {
     }
 };
 
-void readJSON(JSONReader& reader, JSONValue& value) {
-    JSONValueCoding::read(reader, value, JSONValueCoding::Overflow::fails);
-}
-
-void readJSONWithInfinities(JSONReader& reader, JSONValue& value) {
+void readWithInfinities(JSONReader& reader, JSONValue& value) {
     JSONValueCoding::read(reader, value, JSONValueCoding::Overflow::isInfinite);
-}
-
-void writeJSON(JSONWriter& writer, const JSONValue& value) {
-    std::visit(
-        [&]<class Payload>(const Payload& payload) {
-            if constexpr (std::is_same_v<Payload, JSONValue::Null>)
-                writer.null();
-            else
-                Foundation::ByType::encode(writer, payload);
-        },
-        value.matched());
 }
 
 bool isRepresentable(const JSONValue& value, int depth) {
@@ -98,6 +83,23 @@ bool isRepresentable(const JSONValue& value, int depth) {
 template struct ServerJSON<JSONValue>;
 
 }  // namespace ChatModel
+
+using ChatModel::JSONValue;
+
+void Foundation::OwnCoder<JSONValue>::decode(JSONReader& reader, JSONValue& value) {
+    ChatModel::JSONValueCoding::read(reader, value, ChatModel::JSONValueCoding::Overflow::fails);
+}
+
+void Foundation::OwnCoder<JSONValue>::encode(JSONWriter& writer, const JSONValue& value) {
+    std::visit(
+        [&]<class Payload>(const Payload& payload) {
+            if constexpr (std::is_same_v<Payload, JSONValue::Null>)
+                writer.null();
+            else
+                ByType::encode(writer, payload);
+        },
+        value.matched());
+}
 
 std::size_t std::hash<ChatModel::JSONValue>::operator()(const ChatModel::JSONValue& value) const noexcept {
     // Deliberately not the order of the cases: null, which is declared last, comes first.

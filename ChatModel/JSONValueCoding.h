@@ -1,18 +1,19 @@
 #pragma once
 
 #include "ChatModel/JSONValue.h"
-#include "Foundation/JSONReader.h"
-#include "Foundation/JSONWriter.h"
+#include "Foundation/JSONCoding.h"
+
+/// Reads any JSON value; a number too large for a double is an error. Throws `DecodingError`.
+template <>
+struct Foundation::OwnCoder<ChatModel::JSONValue> {
+    static void decode(JSONReader& reader, ChatModel::JSONValue& value);
+    static void encode(JSONWriter& writer, const ChatModel::JSONValue& value);
+};
 
 namespace ChatModel {
 
-/// Reads any JSON value. Throws `Foundation::DecodingError`, also for a number too large for a double.
-void readJSON(Foundation::JSONReader& reader, JSONValue& value);
-
 /// The same, but a number too large for a double is infinite: for readers that give up less than the whole for it.
-void readJSONWithInfinities(Foundation::JSONReader& reader, JSONValue& value);
-
-void writeJSON(Foundation::JSONWriter& writer, const JSONValue& value);
+void readWithInfinities(Foundation::JSONReader& reader, JSONValue& value);
 
 /// Whether the value can be written as JSON and read back: its texts are UTF-8, its numbers finite, and it is nested no
 /// deeper than a reader goes.

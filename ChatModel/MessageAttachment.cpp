@@ -82,6 +82,7 @@ template <class Element>
 bool take(const JSONValue& value, std::vector<Element>& list);
 bool take(const JSONValue& value, MessageAttachment::Field& field);
 bool take(const JSONValue& value, std::vector<Action>& actions);
+bool take(const JSONValue& value, MessageAttachment& attachment);
 
 template <Foundation::HasFields Record>
 bool take(const JSONValue& value, Record& record) {
@@ -162,14 +163,17 @@ bool take(const JSONValue& value, MessageAttachment& attachment) {
 
 }  // namespace
 
-namespace ChatModel {
+template <>
+struct Foundation::OwnCoder<MessageAttachment> {
+    static void decode(JSONReader& reader, MessageAttachment& attachment) {
+        JSONValue value;
+        // A number too large for a double spoils what it stands in, not the attachment.
+        ChatModel::readWithInfinities(reader, value);
+        if (!take(value, attachment)) reader.failExpecting("an object");
+    }
+};
 
-static void readJSON(Foundation::JSONReader& reader, MessageAttachment& attachment) {
-    JSONValue value;
-    // A number too large for a double spoils what it stands in, not the attachment.
-    readJSONWithInfinities(reader, value);
-    if (!take(value, attachment)) reader.failExpecting("an object");
-}
+namespace ChatModel {
 
 std::vector<MessageAttachment> attachmentsFrom(const JSONValue& property) {
     std::vector<MessageAttachment> attachments;
@@ -191,6 +195,7 @@ std::vector<std::vector<MessageAttachment::Field>> MessageAttachment::fieldRows(
 }  // namespace ChatModel
 
 template struct ChatModel::ServerJSON<MessageAttachment>;
+template std::string ChatModel::ServerJSON<MessageAttachment::Field>::encode(const MessageAttachment::Field&);
 
 std::size_t std::hash<MessageAttachment::Field>::operator()(const MessageAttachment::Field& field) const noexcept {
     return Foundation::hashFields(field);

@@ -89,54 +89,53 @@ constexpr auto Foundation::fields<OpenGraph> = std::tuple{
     optional<FirstImage>("images", &OpenGraph::imageURL),
 };
 
-namespace ChatModel {
-
 /// "type" says what the rest is: "data" may stand in front of it.
-static void readJSON(JSONReader& reader, Embed& embed) {
-    std::optional<std::string> type;
-    std::string url;
-    JSONReader::Place data = nullptr;
-    reader.object([&](std::string_view key, JSONReader& value) {
-        if (key == "type") {
-            value.read(type.emplace());
-        } else if (key == "url") {
-            url.clear();
-            if (!value.null()) value.read(url);
-        } else if (key == "data") {
-            data = value.place();
+template <>
+struct Foundation::OwnCoder<Embed> {
+    static void decode(JSONReader& reader, Embed& embed) {
+        std::optional<std::string> type;
+        std::string url;
+        JSONReader::Place data = nullptr;
+        reader.object([&](std::string_view key, JSONReader& value) {
+            if (key == "type") {
+                value.read(type.emplace());
+            } else if (key == "url") {
+                url.clear();
+                if (!value.null()) value.read(url);
+            } else if (key == "data") {
+                data = value.place();
+            }
+        });
+        if (!type) reader.failMissing("type");
+        if (*type == "opengraph") {
+            if (data == nullptr) reader.failMissing("data");
+            OpenGraph page;
+            reader.revisit(data, "data", [&](JSONReader& value) { Foundation::decode(value, page); });
+            embed = PostMetadata::OpenGraphEmbed{.url = std::move(url), .data = std::move(page)};
+        } else if (*type == "image") {
+            embed = PostMetadata::ImageEmbed{std::move(url)};
+        } else if (*type == "link") {
+            embed = PostMetadata::LinkEmbed{std::move(url)};
+        } else {
+            embed = PostMetadata::OtherEmbed{*std::move(type)};
         }
-    });
-    if (!type) reader.failMissing("type");
-    if (*type == "opengraph") {
-        if (data == nullptr) reader.failMissing("data");
-        OpenGraph page;
-        reader.revisit(data, "data", [&](JSONReader& value) { decode(value, page); });
-        embed = PostMetadata::OpenGraphEmbed{.url = std::move(url), .data = std::move(page)};
-    } else if (*type == "image") {
-        embed = PostMetadata::ImageEmbed{std::move(url)};
-    } else if (*type == "link") {
-        embed = PostMetadata::LinkEmbed{std::move(url)};
-    } else {
-        embed = PostMetadata::OtherEmbed{*std::move(type)};
     }
-}
 
-static void writeJSON(JSONWriter& writer, const Embed& embed) {
-    writer.beginObject().key("type");
-    if (const auto* page = std::get_if<PostMetadata::OpenGraphEmbed>(&embed)) {
-        writer.value("opengraph").key("url").value(page->url).key("data");
-        encode(writer, page->data);
-    } else if (const auto* image = std::get_if<PostMetadata::ImageEmbed>(&embed)) {
-        writer.value("image").key("url").value(image->url);
-    } else if (const auto* link = std::get_if<PostMetadata::LinkEmbed>(&embed)) {
-        writer.value("link").key("url").value(link->url);
-    } else {
-        writer.value(std::get<PostMetadata::OtherEmbed>(embed).type);
+    static void encode(JSONWriter& writer, const Embed& embed) {
+        writer.beginObject().key("type");
+        if (const auto* page = std::get_if<PostMetadata::OpenGraphEmbed>(&embed)) {
+            writer.value("opengraph").key("url").value(page->url).key("data");
+            Foundation::encode(writer, page->data);
+        } else if (const auto* image = std::get_if<PostMetadata::ImageEmbed>(&embed)) {
+            writer.value("image").key("url").value(image->url);
+        } else if (const auto* link = std::get_if<PostMetadata::LinkEmbed>(&embed)) {
+            writer.value("link").key("url").value(link->url);
+        } else {
+            writer.value(std::get<PostMetadata::OtherEmbed>(embed).type);
+        }
+        writer.endObject();
     }
-    writer.endObject();
-}
-
-}  // namespace ChatModel
+};
 
 template <>
 constexpr auto Foundation::fields<PostMetadata> = std::tuple{

@@ -28,9 +28,9 @@
 ///                                                            optional("port", &Server::port)};
 ///
 /// A member is a text, a boolean, an integer of 64 bits, a URL, an enumeration with `wireNames`, a record, an optional,
-/// a list or a map from texts of these, or a type with `readJSON(JSONReader&, T&)` and `writeJSON(JSONWriter&, const T&)`
-/// beside it. One whose JSON has a shape of its own names a coder, a type with the static functions
-/// `decode(JSONReader&, Member&)` and `encode(JSONWriter&, const Member&)`: `defaulted<IDsOfObjects>("participants", …)`.
+/// a list or a map from texts of these, or a type with an `OwnCoder`. One whose JSON has a shape of its own names a
+/// coder: a type with the static functions `decode(JSONReader&, Member&)`, given the member's default, and
+/// `encode(JSONWriter&, const Member&)`, as in `defaulted<IDsOfObjects>("participants", &Thread::participantIDs)`.
 namespace Foundation {
 
 enum class Presence {
@@ -45,6 +45,10 @@ enum class Instead {
     ofMissingOrNull,  ///< where the first key is missing or null
     ofMissing         ///< where the first key is missing
 };
+
+/// The coder of a type whose JSON has a shape of its own; specialised beside it.
+template <class Value>
+struct OwnCoder;
 
 /// A value coded by its type alone.
 struct ByType {
@@ -227,8 +231,8 @@ void encodeField(JSONWriter& writer, const Field<Record, Member, Coder, Other>& 
 
 template <class Value>
 void ByType::decode(JSONReader& reader, Value& value) {
-    if constexpr (requires { readJSON(reader, value); }) {
-        readJSON(reader, value);
+    if constexpr (requires { OwnCoder<Value>::decode(reader, value); }) {
+        OwnCoder<Value>::decode(reader, value);
     } else if constexpr (HasFields<Value>) {
         Foundation::decode(reader, value);
     } else if constexpr (requires { reader.read(value); }) {
@@ -262,8 +266,8 @@ void ByType::decode(JSONReader& reader, Value& value) {
 
 template <class Value>
 void ByType::encode(JSONWriter& writer, const Value& value) {
-    if constexpr (requires { writeJSON(writer, value); }) {
-        writeJSON(writer, value);
+    if constexpr (requires { OwnCoder<Value>::encode(writer, value); }) {
+        OwnCoder<Value>::encode(writer, value);
     } else if constexpr (HasFields<Value>) {
         Foundation::encode(writer, value);
     } else if constexpr (HasWireNames<Value>) {

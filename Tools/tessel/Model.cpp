@@ -28,9 +28,9 @@ std::string answer(const Operation& operation, const std::string& line, bool& go
 
 }  // namespace
 
-const Operation* findOperation(const std::string& name) {
-    const auto found = pushOperations().find(name);
-    return found == pushOperations().end() ? nullptr : &found->second;
+const Operation* findOperation(const Operations& operations, const std::string& name) {
+    const auto found = operations.find(name);
+    return found == operations.end() ? nullptr : &found->second;
 }
 
 int runModel(const Operation& operation) {
@@ -67,6 +67,12 @@ std::string Members::text(const std::string& key) const {
     return text;
 }
 
+bool Members::boolean(const std::string& key) const {
+    bool boolean = false;
+    read(key, [&](JSONReader& value) { value.read(boolean); });
+    return boolean;
+}
+
 Foundation::URL Members::url(const std::string& key) const {
     auto url = Foundation::URL::parse(text(key));
     if (!url) refuse(key, "expected a URL");
@@ -83,6 +89,11 @@ std::optional<std::int64_t> Members::optionalInteger(const std::string& key) con
     std::int64_t integer = 0;
     read(key, [&](JSONReader& value) { value.read(integer); });
     return integer;
+}
+
+std::optional<std::string> spelling(const std::optional<Foundation::URL>& url) {
+    if (!url) return std::nullopt;
+    return url->absoluteString();
 }
 
 void refuse(const std::string& key, const std::string& reason) {

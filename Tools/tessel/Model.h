@@ -16,11 +16,15 @@ namespace tessel {
 using Operation = std::function<void(Foundation::JSONReader&, Foundation::JSONWriter&)>;
 using Operations = std::map<std::string, Operation>;
 
-/// The operations on pushes.
+/// The operations on pushes, and those on entities and by the chat's rules.
 const Operations& pushOperations();
+const Operations& ruleOperations();
 
-/// The operation of this name; null where there is none.
-const Operation* findOperation(const std::string& name);
+/// The operation `decode TYPE`, by the type's name.
+const Operations& decodeOperations();
+
+/// The operation of this name among these; null where there is none.
+const Operation* findOperation(const Operations& operations, const std::string& name);
 
 /// Applies the operation to each line of standard input that is not blank, and answers each with a line. Returns the
 /// exit status. Throws `std::system_error` where input or output fails.
@@ -34,6 +38,7 @@ public:
 
     /// A member that must be there. Throws where it is missing, null or of another kind.
     std::string text(const std::string& key) const;
+    bool boolean(const std::string& key) const;
     Foundation::URL url(const std::string& key) const;
     void read(const std::string& key, Foundation::FunctionRef<void(Foundation::JSONReader&)> read) const;
 
@@ -58,6 +63,9 @@ private:
 
     std::map<std::string, std::string_view, std::less<>> members_;
 };
+
+/// The URL's text, to be written.
+std::optional<std::string> spelling(const std::optional<Foundation::URL>& url);
 
 /// The error for a member that holds what the operation does not take: "KEY: REASON".
 [[noreturn]] void refuse(const std::string& key, const std::string& reason);

@@ -24,11 +24,6 @@ namespace {
 /// The largest picture that an intent is made with: what the session takes at most.
 constexpr std::int64_t maximumAvatar = std::int64_t{8} << 20;
 
-std::optional<std::string> spelling(const std::optional<Foundation::URL>& url) {
-    if (!url) return std::nullopt;
-    return url->absoluteString();
-}
-
 Dictionary dictionaryIn(const Members& members, const std::string& key) {
     return members.decoded(key, Foundation::parseDictionary);
 }

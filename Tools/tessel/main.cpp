@@ -1,4 +1,5 @@
 #include <exception>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -15,19 +16,36 @@
 
 namespace {
 
-void addModelCommand(CLI::App& app, std::string& name, std::string& bundle, int& status) {
-    std::string known;
-    for (const auto& [operation, ignored] : tessel::pushOperations())
-        known += "\n  " + operation;
+/// What was asked for by name, out of all operations. A name that there is none of, and a type that is missing or too
+/// much, are wrong usage.
+const tessel::Operation& operationNamed(const std::string& name, const std::string& type) {
+    if (name == "decode") {
+        if (type.empty()) throw CLI::ValidationError("TYPE", "missing: decode needs one");
+        if (const auto* operation = tessel::findOperation(tessel::decodeOperations(), type)) return *operation;
+        throw CLI::ValidationError("TYPE", "unknown: " + type);
+    }
+    if (!type.empty()) throw CLI::ValidationError("TYPE", "only decode takes one");
+    for (const auto* operations : {&tessel::pushOperations(), &tessel::ruleOperations()})
+        if (const auto* operation = tessel::findOperation(*operations, name)) return *operation;
+    throw CLI::ValidationError("OPERATION", "unknown: " + name);
+}
+
+std::string listOf(const std::string& heading, std::initializer_list<const tessel::Operations*> all) {
+    std::string list = heading + ':';
+    for (const auto* operations : all)
+        for (const auto& [name, ignored] : *operations)
+            list += "\n  " + name;
+    return list + '\n';
+}
+
+void addModelCommand(CLI::App& app, std::string& name, std::string& type, std::string& bundle, int& status) {
     CLI::App* model = app.add_subcommand("model", "Tries one operation of the model on each line of standard input");
-    model->footer("Operations:" + known);
+    model->footer(listOf("Operations", {&tessel::pushOperations(), &tessel::ruleOperations()}) +
+                  listOf("\nOperation decode, with one of these types", {&tessel::decodeOperations()}));
     model->add_option("OPERATION", name, "The operation's name")->required();
+    model->add_option("TYPE", type, "For decode: the type that each line's JSON is of");
     tessel::addBundleOption(*model, bundle);  // taken for likeness; no operation needs it
-    model->callback([&name, &status] {
-        const tessel::Operation* operation = tessel::findOperation(name);
-        if (operation == nullptr) throw CLI::ValidationError("OPERATION", "unknown: " + name);
-        status = tessel::runModel(*operation);
-    });
+    model->callback([&name, &type, &status] { status = tessel::runModel(operationNamed(name, type)); });
 }
 
 }  // namespace
@@ -38,6 +56,7 @@ int main(int argc, char** argv) {
 
     int status = tessel::done;
     std::string operation;
+    std::string type;
     std::string bundle;
     CLI::App app("The notification extension's tool: servers, session tokens, pushes.", "tessel");
     app.set_version_flag("--version", std::string(TESSEL_VERSION));
@@ -52,7 +71,7 @@ int main(int argc, char** argv) {
     app.add_subcommand("push", "Turns push payloads into notifications: the extension's own program");
     tessel::addServerCommands(app, status);
     tessel::addTokenCommands(app, status);
-    addModelCommand(app, operation, bundle, status);
+    addModelCommand(app, operation, type, bundle, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
