@@ -1,8 +1,5 @@
 #include "ChatModel/PushPayload.h"
 
-#include <array>
-#include <utility>
-
 #include "Foundation/Hash.h"
 
 namespace ChatModel {
@@ -16,12 +13,6 @@ using Foundation::URL;
 namespace {
 
 using Kind = PushPayload::Kind;
-
-constexpr std::array<std::pair<Kind, std::string_view>, 5> kinds = {{{Kind::message, "message"},
-                                                                     {Kind::clear, "clear"},
-                                                                     {Kind::updateBadge, "update_badge"},
-                                                                     {Kind::session, "session"},
-                                                                     {Kind::test, "test"}}};
 
 bool flag(const Dictionary& userInfo, std::string_view key) {
     const PropertyList* value = find(userInfo, key);
@@ -44,18 +35,8 @@ std::optional<std::int64_t> badgeIn(const Dictionary& userInfo) {
 
 }  // namespace
 
-std::string_view wireName(PushPayload::Kind kind) {
-    return kinds[static_cast<std::size_t>(kind)].second;
-}
-
-std::optional<PushPayload::Kind> pushKind(std::string_view wireName) {
-    for (const auto& [kind, name] : kinds)
-        if (name == wireName) return kind;
-    return std::nullopt;
-}
-
 std::optional<PushPayload> PushPayload::make(const Dictionary& userInfo) {
-    const auto kind = pushKind(textOrEmpty(userInfo, "type"));
+    const auto kind = Foundation::fromWireName<Kind>(textOrEmpty(userInfo, "type"));
     if (!kind) return std::nullopt;
     return PushPayload{
         .kind = *kind,

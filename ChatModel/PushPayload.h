@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -9,6 +10,7 @@
 
 #include "Foundation/PropertyList.h"
 #include "Foundation/URL.h"
+#include "Foundation/WireNames.h"
 
 namespace ChatModel {
 
@@ -71,11 +73,11 @@ private:
     bool isReplyInThread() const { return isCollapsedThreads && !rootID.empty(); }
 };
 
-/// The kind's name on the wire ("update_badge"), and the kind of a name: an exact match of the whole text.
-std::string_view wireName(PushPayload::Kind kind);
-std::optional<PushPayload::Kind> pushKind(std::string_view wireName);
-
 }  // namespace ChatModel
+
+template <>
+inline constexpr std::array<std::string_view, 5> Foundation::wireNames<ChatModel::PushPayload::Kind> = {
+    "message", "clear", "update_badge", "session", "test"};
 
 template <>
 struct std::hash<ChatModel::PushPayload> {

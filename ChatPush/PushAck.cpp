@@ -57,24 +57,14 @@ std::int64_t milliseconds(Foundation::Date date) {
 
 Body bodyFor(const PushPayload& push, Foundation::Date receivedAt) {
     return {.id = push.ackID,
-            .platform = std::string(wireName(PushAck::current)),
-            .type = std::string(wireName(push.kind)),
+            .platform = std::string(Foundation::wireName(PushAck::current)),
+            .type = std::string(Foundation::wireName(push.kind)),
             .receivedAt = milliseconds(receivedAt),
             .postID = push.postID.empty() ? std::nullopt : std::optional(push.postID),
             .isIDLoaded = push.isIDLoaded};
 }
 
 }  // namespace
-
-std::string_view wireName(PushAck::Platform platform) {
-    return platform == PushAck::Platform::iOS ? "tessel_ios" : "tessel_macos";
-}
-
-std::optional<PushAck::Platform> pushAckPlatform(std::string_view name) {
-    for (const auto platform : {PushAck::Platform::iOS, PushAck::Platform::macOS})
-        if (wireName(platform) == name) return platform;
-    return std::nullopt;
-}
 
 PushAck::Message PushAck::Message::fromJSON(std::string_view text) {
     return Foundation::decodeJSON<Message>(text);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <exception>
 #include <functional>
@@ -11,6 +12,7 @@
 #include "ChatModel/PushPayload.h"
 #include "Foundation/Date.h"
 #include "Foundation/URL.h"
+#include "Foundation/WireNames.h"
 #include "Networking/URLSession.h"
 
 namespace ChatPush {
@@ -76,11 +78,11 @@ struct PushAck {
     std::optional<Message> send(const ChatModel::PushPayload& push, Foundation::Date receivedAt) const;
 };
 
-/// The platform's name on the wire ("tessel_macos"), and the platform of a name: an exact match.
-std::string_view wireName(PushAck::Platform platform);
-std::optional<PushAck::Platform> pushAckPlatform(std::string_view wireName);
-
 }  // namespace ChatPush
+
+template <>
+inline constexpr std::array<std::string_view, 2> Foundation::wireNames<ChatPush::PushAck::Platform> = {"tessel_ios",
+                                                                                                       "tessel_macos"};
 
 template <>
 struct std::hash<ChatPush::PushAck::Message> {

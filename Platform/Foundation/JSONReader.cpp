@@ -254,8 +254,11 @@ bool JSONReader::isWrittenAsInteger() const {
 }
 
 std::string JSONReader::path() const {
+    // Far down, the place says no more than that it is far down.
+    constexpr int deepestNamed = 32;
     if (parent_ == nullptr) return {};
     std::string path = parent_->path();
+    if (depth_ > deepestNamed) return path;
     if (key_.data() == nullptr) return path + '[' + std::to_string(index_) + ']';
     if (!path.empty()) path += '.';
     return path.append(key_);

@@ -15,7 +15,7 @@ PushPayload payload(const std::string& members) {
 TEST(PushPayload, KindIsMatchedExactly) {
     for (int kind = 0; const char* name : {"message", "clear", "update_badge", "session", "test"}) {
         EXPECT_EQ(PushPayload::make({{"type", name}}).value().kind, Kind(kind)) << name;
-        EXPECT_EQ(wireName(Kind(kind)), name);
+        EXPECT_EQ(Foundation::wireName(Kind(kind)), name);
         ++kind;
     }
     for (const char* type : {R"("Message")", R"("message ")", R"("update-badge")", "null", "1"})

@@ -67,8 +67,8 @@ TEST(PushAckDeathTest, AnInstantBeyondAllNumbersStopsTheProcess) {
 }
 
 TEST(PushAckPlatform, NamesAreMatchedExactly) {
-    EXPECT_EQ(ChatPush::pushAckPlatform("tessel_ios"), PushAck::Platform::iOS);
-    EXPECT_FALSE(ChatPush::pushAckPlatform("Tessel_macos"));
+    EXPECT_EQ(Foundation::fromWireName<PushAck::Platform>("tessel_ios"), PushAck::Platform::iOS);
+    EXPECT_FALSE(Foundation::fromWireName<PushAck::Platform>("Tessel_macos"));
 }
 
 }  // namespace

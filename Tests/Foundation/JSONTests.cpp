@@ -137,7 +137,7 @@ TEST(JSONCoding, NamesThePlaceOfAnErrorAndNotTheText) {
         {R"({"id":"a","count":9223372036854775808.0})", typeMismatch, "[1].count"},
         {R"({"link":"can ary"})", typeMismatch, "[1].link"}, {R"({"x":[{"y":canary}]})", malformed, "[1].x[0].y"}};
     for (const auto& [post, reason, path] : rows) {
-        const auto read = [](JSONReader& value) { Post read; if (!value.null()) decode(value, read); };
+        const auto read = [](JSONReader& value) { Post ignored; if (!value.null()) decode(value, ignored); };
         const auto error = errorOf("[null,"s + post + "]", [&](JSONReader& posts) { posts.array(read); });
         ASSERT_TRUE(error && error->reason() == reason) << post;
         EXPECT_EQ(error->below("posts").path(), "posts" + path);

@@ -67,7 +67,7 @@ void pushPayload(JSONReader& reader, JSONWriter& writer) {
         return;
     }
     writer.beginObject();
-    writer.key("kind").value(wireName(payload->kind));
+    writer.key("kind").value(Foundation::wireName(payload->kind));
     writer.key("serverID").value(payload->serverID);
     writer.key("serverURL").value(spelling(payload->serverURL));
     writer.key("ackID").value(payload->ackID);
