@@ -160,46 +160,44 @@ struct Progress {
     std::array<JSONReader::Place, rowCount<Record>> others{};  // where the value of its second key stands
 };
 
+/// Gives a member its default back, for a key that comes again.
+template <class Record, class Member>
+[[gnu::noinline]] void reset(Record& record, Member Record::*member) {
+    record.*member = std::move(Record{}.*member);
+}
+
 template <std::size_t row, class Record>
 void takeField(JSONReader& value, Record& record, Progress<Record>& progress) {
     constexpr auto field = std::get<row>(fields<Record>);
     constexpr std::uint32_t bit = std::uint32_t{1} << row;
-    auto& member = record.*(field.member);
-    if ((progress.keysSeen & bit) != 0) member = Record{}.*(field.member);
+    if ((progress.keysSeen & bit) != 0) reset(record, field.member);
     progress.keysSeen |= bit;
     progress.valuesRead &= ~bit;
     if (field.presence != Presence::required && value.null()) return;
-    decltype(field)::FirstCoder::decode(value, member);
+    decltype(field)::FirstCoder::decode(value, record.*(field.member));
     progress.valuesRead |= bit;
 }
 
-/// Whether the key is exactly this one; its length is known when the program is compiled.
-template <class Record, std::size_t number>
-bool isKey(std::string_view key) {
+/// Takes the value of the key with this number, if it is that key.
+template <std::size_t number, class Record>
+void takeMember(std::string_view key, JSONReader& value, Record& record, Progress<Record>& progress) {
     constexpr std::string_view expected = keysOf<Record>()[number];
-    return key.size() == expected.size() && std::memcmp(key.data(), expected.data(), expected.size()) == 0;
+    if constexpr (!expected.empty()) {
+        // Its length is known when the program is compiled, which makes this a few instructions.
+        if (key.size() != expected.size() || std::memcmp(key.data(), expected.data(), expected.size()) != 0) return;
+        if constexpr (number < rowCount<Record>)
+            takeField<number>(value, record, progress);
+        else
+            progress.others[number - rowCount<Record>] = value.place();
+    }
 }
 
-template <class Record, std::size_t... rows>
-void takeMember(std::string_view key, JSONReader& value, Record& record, Progress<Record>& progress,
-                std::index_sequence<rows...>) {
-    constexpr std::size_t count = sizeof...(rows);
-    const std::size_t number = keyIndex<Record>.find(key);
-    const auto take = [&]<std::size_t row>(std::integral_constant<std::size_t, row>) {
-        if (number == row) {
-            if (isKey<Record, row>(key)) takeField<row>(value, record, progress);
-            return true;
-        }
-        if constexpr (std::get<row>(fields<Record>).instead != Instead::never) {
-            if (number == count + row) {
-                if (isKey<Record, count + row>(key)) progress.others[row] = value.place();
-                return true;
-            }
-        }
-        return false;
-    };
-    (void)(take(std::integral_constant<std::size_t, rows>()) || ...);
+/// The function above for each key's number.
+template <class Record>
+inline constexpr auto takers = []<std::size_t... numbers>(std::index_sequence<numbers...>) {
+    return std::array{&takeMember<numbers, Record>...};
 }
+(std::make_index_sequence<2 * rowCount<Record>>());
 
 /// Sees to a row whose first key gave no value.
 template <std::size_t row, class Record>
@@ -299,7 +297,8 @@ void decode(JSONReader& reader, Record& record) {
 
     detail::Progress<Record> progress;
     reader.object([&](std::string_view key, JSONReader& value) {
-        detail::takeMember(key, value, record, progress, std::make_index_sequence<count>());
+        const std::size_t number = detail::keyIndex<Record>.find(key);
+        if (number < detail::takers<Record>.size()) detail::takers<Record>[number](key, value, record, progress);
     });
     [&]<std::size_t... rows>(std::index_sequence<rows...>) {
         (detail::finishField<rows>(reader, record, progress), ...);

@@ -1,5 +1,6 @@
 #include "Foundation/JSONReader.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -155,11 +156,22 @@ private:
 void parseJSON(std::string_view text, FunctionRef<void(JSONReader& value)> read) {
     const Borrowed tokens;
     tokens->find(text);
-    JSONReader::Cursor cursor{text.data(), tokens->begin(), tokens->end()};
+    JSONReader::Cursor cursor{.text = text.data(), .next = tokens->begin(), .end = tokens->end()};
     JSONReader value(cursor);
     read(value);
     if (value.isUnread()) value.skip();
     if (cursor.next != cursor.end) value.failMalformed("something follows the value");
+}
+
+bool JSONReader::Cursor::findEscape(std::string_view content) {
+    // Not to the text's end: a value that is read again would have all of it searched again.
+    constexpr std::size_t window = 4096;
+    const std::size_t start = static_cast<std::size_t>(content.data() - text);
+    const std::size_t size = std::min(content.size() + window, *end - start);
+    const auto* const found = static_cast<const char*>(std::memchr(content.data(), '\\', size));
+    cleanFrom = content.data();
+    cleanTo = found != nullptr ? found : content.data() + size;
+    return found != nullptr && found < content.data() + content.size();
 }
 
 /// What stands between a text's quotes, where there is a backslash among it.
@@ -231,7 +243,7 @@ void JSONReader::skip() {
             break;
         case Kind::text: {
             const std::string_view quoted = token();
-            if (std::memchr(quoted.data(), '\\', quoted.size()) == nullptr) {
+            if (!cursor_->hasEscape(quoted)) {
                 if (quoted.size() < 2 || quoted.back() != '"') failMalformed("a text does not end");
                 passOver();
             } else {

@@ -62,6 +62,13 @@ public:
     template <class Read>
     void revisit(Place place, std::string_view key, Read&& read);
 
+    /// How many elements the outermost array will have, if the others are like those that have been read: `count`.
+    std::size_t expectedCount(std::size_t count) const {
+        const auto all = static_cast<std::size_t>(cursor_->end - start_);
+        const auto read = static_cast<std::size_t>(cursor_->next - start_);
+        return (count + count / 8) * all / read;
+    }
+
     /// Whether the number is written with digits alone, and so is an integer by its spelling.
     bool isWrittenAsInteger() const;
 
@@ -84,17 +91,34 @@ private:
         Place next;
         Place end;
 
+        // Between these there is no backslash. Few texts have one, so that it is looked for in more than one at a time.
+        const char* cleanFrom = nullptr;
+        const char* cleanTo = nullptr;
+
         char front() const { return next != end ? text[*next] : '\0'; }
 
         /// A token without the blanks behind it.
         std::string_view token(Place place) const {
             const char* const start = text + place[0];
             const char* last = text + place[1];
-            while (last != start && (last[-1] == ' ' || last[-1] == '\n' || last[-1] == '\r' || last[-1] == '\t'))
+            while (last != start && isBlank(last[-1]))
                 --last;
             return {start, static_cast<std::size_t>(last - start)};
         }
+
+        /// Whether there is a backslash in what stands between a text's quotes.
+        bool hasEscape(std::string_view content) {
+            const bool isClean = content.data() >= cleanFrom && content.data() + content.size() <= cleanTo;
+            return !isClean && findEscape(content);
+        }
+        bool findEscape(std::string_view content);
     };
+
+    static bool isBlank(char character) {
+        // The first comparison is all that most need.
+        return static_cast<unsigned char>(character) <= ' ' &&
+               (character == ' ' || character == '\n' || character == '\r' || character == '\t');
+    }
 
     explicit JSONReader(Cursor& cursor) : start_(cursor.next), cursor_(&cursor) {}
     JSONReader(const JSONReader& parent, std::string_view key, std::size_t index)
@@ -175,7 +199,7 @@ inline std::string_view JSONReader::takeKey(std::string& unescaped) {
     std::string_view key = cursor_->token(cursor_->next);
     if (key.size() < 2 || key.back() != '"') failMalformed("a key does not end");
     key = key.substr(1, key.size() - 2);
-    if (std::memchr(key.data(), '\\', key.size()) != nullptr) {
+    if (cursor_->hasEscape(key)) {
         readEscaped(key, unescaped);
         key = unescaped;
     }
@@ -234,10 +258,12 @@ inline void JSONReader::read(std::string& text) {
     if (front() != '"') failExpecting("a text");
     if (quoted.size() < 2 || quoted.back() != '"') failMalformed("a text does not end");
     const std::string_view content = quoted.substr(1, quoted.size() - 2);
-    if (std::memchr(content.data(), '\\', content.size()) != nullptr)
+    if (cursor_->hasEscape(content))
         readEscaped(content, text);
-    else
+    else if (!content.empty())
         text.assign(content);
+    else
+        text.clear();
     passOver();
 }
 
