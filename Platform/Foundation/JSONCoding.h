@@ -163,7 +163,8 @@ struct Progress {
 /// Gives a member its default back, for a key that comes again.
 template <class Record, class Member>
 [[gnu::noinline]] void reset(Record& record, Member Record::*member) {
-    record.*member = std::move(Record{}.*member);
+    const Record defaults{};
+    record.*member = defaults.*member;
 }
 
 template <std::size_t row, class Record>
