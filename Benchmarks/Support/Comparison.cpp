@@ -2,6 +2,7 @@
 
 #include <iostream>
 #include <map>
+#include <set>
 
 #include "Support/Figures.h"
 
@@ -48,9 +49,10 @@ int compare(int argc, char** argv, const std::vector<Comparison>& comparisons) {
     benchmark::Initialize(&count, arguments.data());
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 2;
 
+    std::set<std::string> added;
     for (const auto& comparison : comparisons) {
-        add(comparison.what, comparison.operation);
-        add(comparison.peerName, comparison.peer);
+        if (added.insert(comparison.what).second) add(comparison.what, comparison.operation);
+        if (added.insert(comparison.peerName).second) add(comparison.peerName, comparison.peer);
     }
     Collector collector;
     benchmark::RunSpecifiedBenchmarks(&collector);
@@ -60,7 +62,7 @@ int compare(int argc, char** argv, const std::vector<Comparison>& comparisons) {
         const auto& times = collector.times[comparison.what];
         const auto& peerTimes = collector.times[comparison.peerName];
         if (times.empty() || peerTimes.empty()) {
-            std::cerr << "not measured: " << comparison.what << '\n';
+            std::cerr << "not measured: " << comparison.what << ", beside " << comparison.peerName << '\n';
             status = 1;
             continue;
         }

@@ -6,7 +6,8 @@
 
 #include <benchmark/benchmark.h>
 
-/// Two operations that are measured together, so that the ratio of their times can be read.
+/// Two operations that are measured together, so that the ratio of their times can be read. An operation that stands
+/// in several comparisons has the same name in each, and is measured once.
 struct Comparison {
     using Operation = std::function<void(benchmark::State&)>;
 

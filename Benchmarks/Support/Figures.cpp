@@ -23,13 +23,16 @@ std::string cell(std::string text, std::ptrdiff_t width) {
 }  // namespace
 
 void print(const Row& row) {
-    const double ratio = row.figure / row.beside;
+    // Nothing is all of nothing: where the limit is none at all, none keeps to it and any more does not.
+    const double ratio = row.figure == row.beside ? 1 : row.figure / row.beside;
     std::string line = cell(row.what, 47);
     line += cell(number("%.1f ", row.figure) + row.unit, 10);
     line += cell(row.besideWhat + ": " + number("%.1f ", row.beside) + row.unit, 64);
     line += cell(number("%+.1f ", row.figure - row.beside) + row.unit, 10);
-    line += cell(number("%.2f", ratio), 5);
-    line += cell(row.atMost ? number("≤ %.2f", *row.atMost) : "–", 8);
+    // A small part of the peer needs a digit more.
+    const bool isPart = row.atMost && *row.atMost < 1;
+    line += cell(number(isPart ? "%.3f" : "%.2f", ratio), 5);
+    line += cell(row.atMost ? number(isPart ? "≤ %.3f" : "≤ %.2f", *row.atMost) : "–", 8);
     line += cell(!row.atMost ? "–" : ratio <= *row.atMost ? "within" : "over", 7);
     std::printf("%s|\n", line.c_str());
     std::fflush(stdout);
