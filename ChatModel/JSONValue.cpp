@@ -32,9 +32,10 @@ struct JSONValueCoding {
                 reader.read(payload.emplace<bool>());
                 break;
             case JSONReader::Kind::number:
-                if (reader.attempt([&](JSONReader& number) { number.read(payload.emplace<double>()); })) break;
+                if (reader.readIfInRange(payload.emplace<double>())) break;
                 if (overflow == Overflow::fails) reader.failExpecting("an object");
                 payload = std::numeric_limits<double>::infinity();
+                reader.skip();
                 break;
             case JSONReader::Kind::text:
                 reader.read(payload.emplace<std::string>());

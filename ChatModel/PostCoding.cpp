@@ -110,7 +110,7 @@ struct Foundation::OwnCoder<Embed> {
         if (*type == "opengraph") {
             if (data == nullptr) reader.failMissing("data");
             OpenGraph page;
-            reader.revisit(data, "data", [&](JSONReader& value) { Foundation::decode(value, page); });
+            reader.revisit(data, [&](JSONReader& value) { Foundation::decode(value, page); });
             embed = PostMetadata::OpenGraphEmbed{.url = std::move(url), .data = std::move(page)};
         } else if (*type == "image") {
             embed = PostMetadata::ImageEmbed{std::move(url)};

@@ -152,12 +152,22 @@ std::string listOfNames() {
     return list + '"';
 }
 
+/// How many rows of a table in front of this one have a second key.
+template <class Record>
+constexpr std::size_t secondKeysBefore(std::size_t row) {
+    std::size_t count = 0;
+    for (std::size_t number = rowCount<Record>; number < rowCount<Record> + row; ++number)
+        if (!keysOf<Record>()[number].empty()) ++count;
+    return count;
+}
+
 /// What is known of a record while its object is being read.
 template <class Record>
 struct Progress {
-    std::uint32_t keysSeen = 0;                                // one bit a row: its first key was there
-    std::uint32_t valuesRead = 0;                              // and held a value other than null
-    std::array<JSONReader::Place, rowCount<Record>> others{};  // where the value of its second key stands
+    std::uint32_t keysSeen = 0;    // one bit a row: its first key was there
+    std::uint32_t valuesRead = 0;  // and held a value other than null
+    // Where the value of each second key stands.
+    std::array<JSONReader::Place, secondKeysBefore<Record>(rowCount<Record>)> others{};
 };
 
 /// Gives a member its default back, for a key that comes again.
@@ -179,18 +189,20 @@ void takeField(JSONReader& value, Record& record, Progress<Record>& progress) {
     progress.valuesRead |= bit;
 }
 
-/// Takes the value of the key with this number, if it is that key.
+/// Takes the value of the key with this number; false if it is another key.
 template <std::size_t number, class Record>
-void takeMember(std::string_view key, JSONReader& value, Record& record, Progress<Record>& progress) {
+bool takeMember(std::string_view key, JSONReader& value, Record& record, Progress<Record>& progress) {
     constexpr std::string_view expected = keysOf<Record>()[number];
     if constexpr (!expected.empty()) {
         // Its length is known when the program is compiled, which makes this a few instructions.
-        if (key.size() != expected.size() || std::memcmp(key.data(), expected.data(), expected.size()) != 0) return;
+        if (key.size() != expected.size() || std::memcmp(key.data(), expected.data(), expected.size()) != 0)
+            return false;
         if constexpr (number < rowCount<Record>)
             takeField<number>(value, record, progress);
         else
-            progress.others[number - rowCount<Record>] = value.place();
+            progress.others[secondKeysBefore<Record>(number - rowCount<Record>)] = value.place();
     }
+    return true;
 }
 
 /// The function above for each key's number.
@@ -209,9 +221,10 @@ void finishField(JSONReader& reader, Record& record, const Progress<Record>& pro
         if ((progress.keysSeen & bit) == 0) reader.failMissing(field.key);
     }
     if constexpr (field.instead != Instead::never) {
+        const JSONReader::Place place = progress.others[secondKeysBefore<Record>(row)];
         const std::uint32_t known = field.instead == Instead::ofMissing ? progress.keysSeen : progress.valuesRead;
-        if ((known & bit) == 0 && progress.others[row] != nullptr)
-            reader.revisit(progress.others[row], field.otherKey, [&](JSONReader& value) {
+        if ((known & bit) == 0 && place != nullptr)
+            reader.revisit(place, [&](JSONReader& value) {
                 if (!value.null()) decltype(field)::SecondCoder::decode(value, record.*(field.member));
             });
     }
@@ -251,6 +264,8 @@ void ByType::decode(JSONReader& reader, Value& value) {
     } else if constexpr (requires { value.has_value(); }) {
         decode(reader, value.emplace());
     } else if constexpr (requires { value.emplace_back(); }) {
+        // Records are large, and lists of them short: to grow would cost more than to count.
+        if constexpr (HasFields<typename Value::value_type>) value.reserve(reader.count());
         reader.array([&](JSONReader& element) { decode(element, value.emplace_back()); });
     } else {
         reader.object([&](std::string_view key, JSONReader& member) {
@@ -297,9 +312,16 @@ void decode(JSONReader& reader, Record& record) {
     static_assert(count <= std::numeric_limits<std::uint32_t>::digits);
 
     detail::Progress<Record> progress;
-    reader.object([&](std::string_view key, JSONReader& value) {
+    const auto take = [&](std::string_view key, JSONReader& value) {
         const std::size_t number = detail::keyIndex<Record>.find(key);
-        if (number < detail::takers<Record>.size()) detail::takers<Record>[number](key, value, record, progress);
+        return number < detail::takers<Record>.size() && detail::takers<Record>[number](key, value, record, progress);
+    };
+    std::string buffer;
+    reader.objectWithRawKeys([&](std::string_view key, JSONReader& value) {
+        // No key of a table has an escape: only one that is none of them may have been spelled with some.
+        if (take(key, value)) return;
+        if (const std::string_view unescaped = reader.unescaped(key, buffer); unescaped.data() != key.data())
+            take(unescaped, value);
     });
     [&]<std::size_t... rows>(std::index_sequence<rows...>) {
         (detail::finishField<rows>(reader, record, progress), ...);

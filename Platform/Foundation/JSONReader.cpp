@@ -203,28 +203,40 @@ void JSONReader::readEscaped(std::string_view content, std::string& text) const 
 }
 
 void JSONReader::read(double& real) {
-    const std::string_view text = token();
-    if (kind() != Kind::number) failExpecting("a number");
-    if (!isNumber(text)) failMalformed("a number or literal is misspelled");
-    const auto value = nearestDouble(text);
-    if (!value) failExpecting("a number within the range of a double");
-    real = *value;
-    passOver();
+    if (!readIfInRange(real))
+        failExpecting(kind() == Kind::number ? "a number within the range of a double" : "a number");
 }
 
-void JSONReader::readUnusual(std::int64_t& integer) {
+bool JSONReader::readIfInRange(double& real) {
     const std::string_view text = token();
-    if (kind() != Kind::number) failExpecting("an integer");
+    if (kind() != Kind::number) return false;
+    if (!isNumber(text)) failMalformed("a number or literal is misspelled");
+    const auto value = nearestDouble(text);
+    if (!value) return false;
+    real = *value;
+    passOver();
+    return true;
+}
+
+bool JSONReader::readUnusual(std::int64_t& integer) {
+    const std::string_view text = token();
+    if (kind() != Kind::number) return false;
     if (!isNumber(text)) failMalformed("a number or literal is misspelled");
     if (isWrittenAsInteger()) {
-        if (std::from_chars(text.data(), text.data() + text.size(), integer).ec != std::errc())
-            failExpecting("an integer of 64 bits");
+        if (std::from_chars(text.data(), text.data() + text.size(), integer).ec != std::errc()) return false;
     } else {
         const double value = nearestDouble(text).value_or(std::numeric_limits<double>::infinity());
-        if (value < -0x1p63 || value >= 0x1p63 || value != std::trunc(value)) failExpecting("an integer");
+        if (value < -0x1p63 || value >= 0x1p63 || value != std::trunc(value)) return false;
         integer = static_cast<std::int64_t>(value);
     }
     passOver();
+    return true;
+}
+
+bool JSONReader::takeNull() {
+    if (token() != "null") failMalformed("an unknown literal");
+    passOver();
+    return true;
 }
 
 void JSONReader::skip() {
@@ -242,21 +254,16 @@ void JSONReader::skip() {
             passOver();
             break;
         case Kind::text: {
-            const std::string_view quoted = token();
-            if (!cursor_->hasEscape(quoted)) {
-                if (quoted.size() < 2 || quoted.back() != '"') failMalformed("a text does not end");
-                passOver();
-            } else {
-                std::string ignored;
-                read(ignored);
-            }
+            std::string ignored;
+            if (cursor_->hasEscape(content())) readEscaped(content(), ignored);
+            passOver();
             break;
         }
         case Kind::array:
             array([](JSONReader&) {});
             break;
         case Kind::object:
-            object([](std::string_view, JSONReader&) {});
+            object([](std::string_view, JSONReader&) {});  // which reads the keys' escapes as well
             break;
     }
 }
@@ -271,9 +278,30 @@ std::string JSONReader::path() const {
     if (parent_ == nullptr) return {};
     std::string path = parent_->path();
     if (depth_ > deepestNamed) return path;
-    if (key_.data() == nullptr) return path + '[' + std::to_string(index_) + ']';
-    if (!path.empty()) path += '.';
-    return path.append(key_);
+    if (parent_->front() == '{') {
+        // Its key stands in front of it, and the colon between.
+        std::string key;
+        const std::string_view quoted = cursor_->token(start_ - 2);
+        readEscaped(quoted.substr(1, quoted.size() - 2), key);
+        return path.empty() ? key : path + '.' + key;
+    }
+    return path + '[' + std::to_string(parent_->commasBefore(start_)) + ']';
+}
+
+std::size_t JSONReader::commasBefore(Place place) const {
+    std::size_t commas = 0;
+    int depth = 0;
+    for (Place at = start_ + 1; at != place; ++at) {
+        const char character = cursor_->at(at);
+        if (character == ',' && depth == 0) ++commas;
+        if (character == '{' || character == '[') ++depth;
+        if ((character == '}' || character == ']') && --depth < 0) break;
+    }
+    return commas;
+}
+
+std::size_t JSONReader::count() const {
+    return kind() != Kind::array || cursor_->at(start_ + 1) == ']' ? 0 : commasBefore(cursor_->end) + 1;
 }
 
 std::string_view JSONReader::raw() {

@@ -29,6 +29,11 @@ public:
     template <class Member>
     void object(Member&& member);
 
+    /// The same, the keys as they are spelled. `unescaped` reads one that may have an escape; its buffer holds the result.
+    template <class Member>
+    void objectWithRawKeys(Member&& member);
+    std::string_view unescaped(std::string_view rawKey, std::string& buffer);
+
     /// Reads an array: `element(JSONReader& value)`.
     template <class Element>
     void array(Element&& element);
@@ -42,6 +47,10 @@ public:
 
     /// The nearest double; a number too small for one is 0 or denormal, one too large is refused.
     void read(double& real);
+
+    /// The same; false where there is no such number, and the value is then still to be read.
+    bool readIfInRange(std::int64_t& integer);
+    bool readIfInRange(double& real);
 
     /// Whether the value is null; if not, it is still to be read.
     bool null();
@@ -58,9 +67,12 @@ public:
     using Place = const std::uint32_t*;
     Place place() const { return start_; }
 
-    /// Reads a member of this object once more, by `read(JSONReader&)`, while the object is being read or was just.
+    /// Reads a member of this object once more, by `read(JSONReader&)`.
     template <class Read>
-    void revisit(Place place, std::string_view key, Read&& read);
+    void revisit(Place place, Read&& read);
+
+    /// How many elements this array has, found by a look at all of its tokens; 0 where it is none.
+    std::size_t count() const;
 
     /// How many elements the outermost array will have, if the others are like those that have been read: `count`.
     std::size_t expectedCount(std::size_t count) const {
@@ -95,7 +107,8 @@ private:
         const char* cleanFrom = nullptr;
         const char* cleanTo = nullptr;
 
-        char front() const { return next != end ? text[*next] : '\0'; }
+        char front() const { return at(next); }
+        char at(Place place) const { return place != end ? text[*place] : '\0'; }
 
         /// A token without the blanks behind it.
         std::string_view token(Place place) const {
@@ -121,15 +134,10 @@ private:
     }
 
     explicit JSONReader(Cursor& cursor) : start_(cursor.next), cursor_(&cursor) {}
-    JSONReader(const JSONReader& parent, std::string_view key, std::size_t index)
-        : start_(parent.cursor_->next),
-          cursor_(parent.cursor_),
-          parent_(&parent),
-          key_(key),
-          index_(index),
-          depth_(parent.depth_ + 1) {}
+    explicit JSONReader(const JSONReader& parent)
+        : start_(parent.cursor_->next), cursor_(parent.cursor_), parent_(&parent), depth_(parent.depth_ + 1) {}
 
-    char front() const { return start_ != cursor_->end ? cursor_->text[*start_] : '\0'; }
+    char front() const { return cursor_->at(start_); }
     std::string_view token() const { return start_ != cursor_->end ? cursor_->token(start_) : std::string_view(); }
     bool isUnread() const { return cursor_->next == start_; }
     void passOver() { cursor_->next = start_ + 1; }
@@ -138,19 +146,23 @@ private:
     bool enter(char opening, char closing, const char* expectation);
     /// Steps behind the comma or the closing bracket; whether it was a comma.
     bool goesOn(char closing);
-    /// Steps behind a key and its colon. `unescaped` holds a key that has an escape.
-    std::string_view takeKey(std::string& unescaped);
+    /// Steps behind a key and its colon.
+    std::string_view takeRawKey();
+    /// What stands between a text's quotes. The value must be a text.
+    std::string_view content() const;
+    bool takeNull();
 
     void readEscaped(std::string_view content, std::string& text) const;
-    void readUnusual(std::int64_t& integer);
+    bool readUnusual(std::int64_t& integer);
     std::string path() const;
+    /// How many commas of this array, not of what it holds, stand in front of the place or the array's end.
+    std::size_t commasBefore(Place place) const;
     [[noreturn]] void failMalformed(const char* reason) const;
 
+    // No more than this, for there is one for each value: the rest of its path can be found from where it stands.
     Place start_;
     Cursor* cursor_;
     const JSONReader* parent_ = nullptr;
-    std::string_view key_;
-    std::size_t index_ = 0;
     int depth_ = 1;
 };
 
@@ -194,39 +206,47 @@ inline bool JSONReader::goesOn(char closing) {
     return character == ',';
 }
 
-inline std::string_view JSONReader::takeKey(std::string& unescaped) {
-    if (cursor_->front() != '"') failMalformed("a key is missing");
-    std::string_view key = cursor_->token(cursor_->next);
-    if (key.size() < 2 || key.back() != '"') failMalformed("a key does not end");
-    key = key.substr(1, key.size() - 2);
-    if (cursor_->hasEscape(key)) {
-        readEscaped(key, unescaped);
-        key = unescaped;
-    }
-    ++cursor_->next;
-    if (cursor_->front() != ':') failMalformed("a colon is missing");
-    ++cursor_->next;
-    return key;
+inline std::string_view JSONReader::content() const {
+    const std::string_view quoted = token();
+    if (quoted.size() < 2 || quoted.back() != '"') failMalformed("a text does not end");
+    return quoted.substr(1, quoted.size() - 2);
+}
+
+inline std::string_view JSONReader::takeRawKey() {
+    const JSONReader key(*this);
+    if (key.front() != '"' || cursor_->at(key.start_ + 1) != ':') failMalformed("a key or its colon is missing");
+    cursor_->next = key.start_ + 2;
+    return key.content();
+}
+
+inline std::string_view JSONReader::unescaped(std::string_view rawKey, std::string& buffer) {
+    if (!cursor_->hasEscape(rawKey)) return rawKey;
+    readEscaped(rawKey, buffer);
+    return buffer;
 }
 
 template <class Member>
-void JSONReader::object(Member&& member) {
-    std::string unescaped;
+void JSONReader::objectWithRawKeys(Member&& member) {
     if (!enter('{', '}', "an object")) return;
     do {
-        const std::string_view key = takeKey(unescaped);
-        JSONReader value(*this, key, 0);
+        const std::string_view key = takeRawKey();
+        JSONReader value(*this);
         member(key, value);
         if (value.isUnread()) value.skip();
     } while (goesOn('}'));
 }
 
+template <class Member>
+void JSONReader::object(Member&& member) {
+    std::string buffer;
+    objectWithRawKeys([&](std::string_view key, JSONReader& value) { member(unescaped(key, buffer), value); });
+}
+
 template <class Element>
 void JSONReader::array(Element&& element) {
     if (!enter('[', ']', "an array")) return;
-    std::size_t index = 0;
     do {
-        JSONReader value(*this, {}, index++);
+        JSONReader value(*this);
         element(value);
         if (value.isUnread()) value.skip();
     } while (goesOn(']'));
@@ -245,23 +265,21 @@ bool JSONReader::attempt(Read&& read) {
 }
 
 template <class Read>
-void JSONReader::revisit(Place place, std::string_view key, Read&& read) {
+void JSONReader::revisit(Place place, Read&& read) {
     const Place next = cursor_->next;
     cursor_->next = place;
-    JSONReader value(*this, key, 0);
+    JSONReader value(*this);
     read(value);
     cursor_->next = next;
 }
 
 inline void JSONReader::read(std::string& text) {
-    const std::string_view quoted = token();
     if (front() != '"') failExpecting("a text");
-    if (quoted.size() < 2 || quoted.back() != '"') failMalformed("a text does not end");
-    const std::string_view content = quoted.substr(1, quoted.size() - 2);
-    if (cursor_->hasEscape(content))
-        readEscaped(content, text);
-    else if (!content.empty())
-        text.assign(content);
+    const std::string_view read = content();
+    if (cursor_->hasEscape(read))
+        readEscaped(read, text);
+    else if (!read.empty())
+        text.assign(read);
     else
         text.clear();
     passOver();
@@ -274,7 +292,7 @@ inline void JSONReader::read(bool& boolean) {
     passOver();
 }
 
-inline void JSONReader::read(std::int64_t& integer) {
+inline bool JSONReader::readIfInRange(std::int64_t& integer) {
     // Most are times: plain digits, too few to overflow.
     constexpr std::size_t safe = 18;
     const std::string_view text = token();
@@ -286,13 +304,15 @@ inline void JSONReader::read(std::int64_t& integer) {
     }
     integer = value;
     passOver();
+    return true;
+}
+
+inline void JSONReader::read(std::int64_t& integer) {
+    if (!readIfInRange(integer)) failExpecting("an integer of 64 bits");
 }
 
 inline bool JSONReader::null() {
-    if (front() != 'n') return false;
-    if (token() != "null") failMalformed("an unknown literal");
-    passOver();
-    return true;
+    return front() == 'n' && takeNull();
 }
 
 }  // namespace Foundation

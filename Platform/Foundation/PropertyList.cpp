@@ -32,15 +32,8 @@ PropertyList PropertyList::read(JSONReader& reader) {
             return boolean;
         }
         case JSONReader::Kind::number: {
-            if (reader.isWrittenAsInteger()) {
-                try {
-                    std::int64_t integer = 0;
-                    reader.read(integer);
-                    return integer;
-                } catch (const DecodingError& error) {
-                    if (error.reason() != DecodingError::Reason::typeMismatch) throw;
-                }
-            }
+            std::int64_t integer = 0;
+            if (reader.isWrittenAsInteger() && reader.readIfInRange(integer)) return integer;
             double real = 0;
             reader.read(real);
             return real;
