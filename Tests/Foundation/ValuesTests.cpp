@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "Foundation/Base64.h"
+#include "Foundation/Date.h"
 #include "Foundation/PropertyList.h"
 #include "Foundation/URL.h"
 #include "Foundation/UTF8.h"
@@ -60,6 +61,27 @@ TEST(Base64, IsStrict) {
         {"AA==\n", {}}, {"AAA\n", {}}, {"A A=", {}}, {"-_-_", {}}, {"AAA\0"s, {}}, {"AAA\xFF", {}}, {"AAAAA", {}}};
     for (const auto& [text, data] : rows) EXPECT_EQ(base64Decoded(text), data) << text;
     for (const char* text : {"Zg==", "Zm8=", "Zm9vYmFy", "+/8="}) EXPECT_EQ(base64Encoded(*base64Decoded(text)), text);
+}
+
+TEST(Date, ReadsRFC3339AndWritesItInUTC) {
+    const std::tuple<const char*, double, const char*> rows[] = {
+        {"2026-11-23T03:33:48.12+01:00", 1795401228.12, "2026-11-23T02:33:48.120Z"},
+        {"2024-02-29T23:59:59.9999-23:59", 1709337539.999, "2024-03-01T23:58:59.999Z"},
+        {"1990-12-31t23:59:60z", 662688000, "1991-01-01T00:00:00Z"},
+        {"1969-12-31T23:59:58.999Z", -1.001, "1969-12-31T23:59:58.999Z"},
+        {"0000-01-01T00:00:00-00:00", -62167219200, "0000-01-01T00:00:00Z"},
+        {"9999-12-31T23:59:59.999Z", 253402300799.999, "9999-12-31T23:59:59.999Z"}};
+    for (const auto& [text, seconds, written] : rows) {
+        EXPECT_EQ(Date::fromRFC3339(text), Date{seconds}) << text;
+        EXPECT_EQ(Date{seconds}.rfc3339(), written);
+    }
+    for (const char* text : {"", "2026-11-23", "2026-11-23T03:33:48", "2026-11-23 03:33:48Z", "2026-11-23T24:00:00Z",
+                             "2026-02-30T00:00:00Z", "2026-11-23T03:33:48+0100", "2026-11-23T03:33:48Zx",
+                             "9999-12-31T23:59:59-00:01", "0000-01-01T00:00:00+00:01", "2026-11-23T03:33:48.Z",
+                             "2026-1-23T03:33:48Z", "2026-11-23T03:60:48Z", "2026-11-23T03:33:48+24:00"})
+        EXPECT_FALSE(Date::fromRFC3339(text)) << text;
+    for (const double outside : {double{NAN}, -62167219201.0, 253402300800.0})
+        EXPECT_THROW(Date{outside}.rfc3339(), std::invalid_argument);
 }
 
 TEST(UTF8, IsRepairedByTheLongestValidStart) {
