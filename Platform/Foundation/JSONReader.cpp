@@ -255,7 +255,7 @@ void JSONReader::skip() {
             break;
         case Kind::text: {
             std::string ignored;
-            if (cursor_->hasEscape(content())) readEscaped(content(), ignored);
+            if (cursor_->hasEscape(content(start_))) readEscaped(content(start_), ignored);
             passOver();
             break;
         }
@@ -281,8 +281,7 @@ std::string JSONReader::path() const {
     if (parent_->front() == '{') {
         // Its key stands in front of it, and the colon between.
         std::string key;
-        const std::string_view quoted = cursor_->token(start_ - 2);
-        readEscaped(quoted.substr(1, quoted.size() - 2), key);
+        readEscaped(content(start_ - 2), key);
         return path.empty() ? key : path + '.' + key;
     }
     return path + '[' + std::to_string(parent_->commasBefore(start_)) + ']';
