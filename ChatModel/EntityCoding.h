@@ -69,11 +69,15 @@ std::vector<Entity> ServerJSON<Entity>::decodeList(std::string_view json) {
     std::vector<Entity> entities;
     Foundation::parseJSON(json, [&](Foundation::JSONReader& reader) {
         reader.array([&](Foundation::JSONReader& element) {
-            // A page grows to what it will hold, as far as its first entities tell: to double it over and over costs as
-            // much as a fourth of the decoding, and memory that is never used.
+            // A page grows to what it will hold, as far as its first entities tell, and no further than they can: to
+            // double it over and over would cost a fourth of the decoding, and memory that is never used.
+            constexpr std::size_t sample = 64;
             const std::size_t count = entities.size();
-            if (count == entities.capacity())
-                entities.reserve(count < 64 ? 2 * count + 8 : std::max(count + count / 4, reader.expectedCount(count)));
+            if (count == entities.capacity()) {
+                const std::size_t expected = count == 0 ? 1 : reader.expectedCount(count);
+                entities.reserve(
+                    std::max(count + count / 4 + 1, count < sample ? std::min(expected, sample) : expected));
+            }
             Foundation::ByType::decode(element, entities.emplace_back());
         });
     });

@@ -249,8 +249,10 @@ void read(const Value& value, Post& post) {
 
 std::vector<Post> Peers::decodeWithRapidJSON(std::string_view json) {
     rapidjson::Document document;
-    document.Parse<rapidjson::kParseValidateEncodingFlag | rapidjson::kParseFullPrecisionFlag>(json.data(),
-                                                                                               json.size());
+    // Iterative, since a recursive parse of a text that is nested deeply enough overflows the stack.
+    constexpr unsigned checks =
+        rapidjson::kParseValidateEncodingFlag | rapidjson::kParseFullPrecisionFlag | rapidjson::kParseIterativeFlag;
+    document.Parse<checks>(json.data(), json.size());
     if (document.HasParseError()) fail("JSON");
     std::vector<Post> posts;
     read(document, posts);

@@ -207,9 +207,12 @@ inline bool JSONReader::goesOn(Place place, char closing) const {
 }
 
 inline std::string_view JSONReader::content(Place place) const {
-    const std::string_view quoted = cursor_->token(place);
-    if (quoted.size() < 2 || quoted.back() != '"') failMalformed("a text does not end");
-    return quoted.substr(1, quoted.size() - 2);
+    const char* const start = cursor_->text + place[0] + 1;
+    const char* last = cursor_->text + place[1] - 1;
+    while (last >= start && isBlank(*last))
+        --last;
+    if (last < start || *last != '"') failMalformed("a text does not end");
+    return {start, static_cast<std::size_t>(last - start)};
 }
 
 inline std::string_view JSONReader::rawKey(Place place) const {
