@@ -82,7 +82,10 @@ std::optional<Date> Date::fromRFC3339(std::string_view text) {
     }
     const year_month_day date = years / months / days;
     if (!pieces.good || !pieces.rest.empty() || !date.ok()) return std::nullopt;
-    const sys_time<Milliseconds> time = sys_days(date) + hour + minute + second + fraction - offset;
+    const auto whole = sys_days(date) + hour + minute + second - offset;
+    // Leap seconds stand at the end of a day of UTC, and nowhere else.
+    if (second == seconds(60) && whole != floor<std::chrono::days>(whole)) return std::nullopt;
+    const sys_time<Milliseconds> time = whole + fraction;
     if (time < first || time > last) return std::nullopt;
     return Date{static_cast<double>(time.time_since_epoch().count()) / 1000};
 }

@@ -74,6 +74,14 @@ struct ProgramTest : testing::Test {
         return run(arguments, input);
     }
 
+    /// One answer that holds this part, and none for blank lines.
+    void expectAnswer(std::vector<std::string> arguments, const std::string& input, const std::string& part) {
+        const auto outcome = tessel(std::move(arguments), input + "\r\n \n");
+        EXPECT_THAT(outcome.output, testing::HasSubstr(part));
+        EXPECT_EQ(outcome.status, part.starts_with("{\"error\"") ? 1 : 0);
+        EXPECT_EQ(outcome.output.find('\n'), outcome.output.size() - 1);
+    }
+
     void signIn() { signIn(server); }
     void signIn(const DemoServer::Server& to) {
         const auto& options = to.options();

@@ -85,8 +85,9 @@ TEST_F(ProgramTest, ExitStatuses) {
         {{"server", "remove", "no url"}, 2}, {{"server", "add", "--url", "http://h"}, 2}, {{"server"}, 2}, {{}, 2},
         {{"server", "add", "--help"}, 0}, {{"--version"}, 0}, {{"token", "has", url}, 0}, {{"push"}, 0},
         {{"token", "has", "no url"}, 2}, {{"token", "has", url + "/"}, 1}, {{"token", "remove", url + "/"}, 0},
-        {{"model", "nothing"}, 2}, {{"push", "--jobs", "0"}, 2}, {{"push", "--jobs", "1025"}, 2},
-        {{"push", "--time-limit", "0"}, 2}, {{"push", "--time-limit", "nan"}, 2}, {{"push", "--format", "xml"}, 2}};
+        {{"model", "nothing"}, 2}, {{"model", "decode"}, 2}, {{"model", "decode", "posts"}, 2},
+        {{"model", "verify", "post"}, 2}, {{"model", "decode", "post"}, 0}, {{"push", "--jobs", "0"}, 2},
+        {{"push", "--jobs", "1025"}, 2}, {{"push", "--time-limit", "0"}, 2}, {{"push", "--time-limit", "nan"}, 2}, {{"push", "--format", "xml"}, 2}};
     for (const auto& [arguments, status] : rows) {
         const auto outcome = tessel(arguments);
         EXPECT_EQ(outcome.status, status) << testing::PrintToString(arguments) << outcome.errors;
@@ -122,14 +123,41 @@ TEST_F(ProgramTest, TheModelsOperationsOnPushes) {
         {"content-apply", R"({"content":{}})", R"({"error":"message: missing"})"},
         {"intent", R"({"payload":{"type":"message"},"content":{"body":"b"},"avatarBytes":0})",
          R"("imageBytes":0},"conversationIdentifier":"","content":"b")"}};
-    for (const auto& [operation, input, part] : rows) {
-        const auto outcome = tessel({"model", operation}, input + "\r\n \n");
-        EXPECT_THAT(outcome.output, HasSubstr(part));
-        EXPECT_EQ(outcome.status, part.starts_with("{\"error\"") ? 1 : 0);
-        EXPECT_EQ(outcome.output.find('\n'), outcome.output.size() - 1) << "one answer, none for blank lines";
-    }
+    for (const auto& [operation, input, part] : rows) expectAnswer({"model", operation}, input, part);
     EXPECT_EQ(tessel({"model", "push-payload"}, "nope\n[]\n{\"type\":\"other\"}\n").output,
               "{\"error\":\"not valid JSON: an unknown literal\"}\n{\"error\":\"expected an object\"}\nnull\n");
+}
+
+TEST_F(ProgramTest, TheModelsOperationsOnEntities) {
+    const std::string post =
+        R"({"id":"p","channel_id":"c","root_id":"","user_id":"u","create_at":1,"update_at":1,"edit_at":0,)"
+        R"("delete_at":0,"is_pinned":false,"message":":b: :a:","type":"system_add_to_team","props":{"username":"ann",)"
+        R"("addedUsername":"bob","addedUserId":"v","attachments":[{"text":"t"}]},"pending_post_id":"",)"
+        R"("reply_count":0})";
+    const std::string channel =
+        R"({"id":"c","team_id":"","type":"D","name":"u__v","display_name":"D","purpose":"","header":"","create_at":1,)"
+        R"("delete_at":0,"last_post_at":0,"last_root_post_at":0,"total_msg_count":0,"total_msg_count_root":0})";
+    const std::string event = R"({"kind":"addedToTeam","isArrival":true,"subject":{"id":"v","username":"bob"},)"
+                              R"("actor":{"id":"u","username":"ann"}})";
+    const std::string user = R"({"id":"u","username":"ann","nickname":"","first_name":"Ann","last_name":"Lee"})";
+    const std::string preferences = R"([{"category":"display_settings","name":"name_format","value":"full_name"}])";
+    const std::tuple<const char*, std::string, std::string> rows[] = {
+        {"post-facts", R"({"post":)" + post + R"(,"userID":"v"})",
+         R"("emojiNames":["a","b"],"referencedUserIDs":["u","v"],"systemEvent":)" + event + '}'},
+        {"system-event", post, event}, {"channel-title", R"({"channel":)" + channel +
+         R"(,"currentUserID":"u","peerNames":{"v":"Bob"}})", R"({"directPeerID":"v","title":"Bob"})"},
+        {"name-format", R"({"serverSetting":"x","locked":false,"preferences":)" + preferences + '}', R"("full_name")"},
+        {"display-name", R"({"user":)" + user + R"(,"format":"nickname_full_name"})", R"("Ann Lee")"},
+        {"display-name", R"({"user":)" + user + R"(,"format":"x"})", R"({"error":"format: expected one of )"},
+        {"collapsed-threads", R"({"serverSetting":null,"preferences":[]})", "false"},
+        {"custom-status-expired", R"({"customStatus":{"expires_at":"2026-11-23T01:00:00+01:00"},"at":)"
+                                  R"("2026-11-23T00:00:00Z"})", "true"},
+        {"attachment-rows", R"({"fields":[{"value":1}]})", R"([[{"title":"","value":"1","short":false}]])"}};
+    for (const auto& [operation, input, part] : rows) expectAnswer({"model", operation}, input, part);
+    expectAnswer({"model", "decode", "channel"}, channel, channel);
+    expectAnswer({"model", "decode", "client-config"}, R"({"SiteURL":"a b","EnableSignInWithEmail":"true"})",
+                 R"({"siteURL":null,"siteName":"",)");
+    expectAnswer({"model", "decode", "post"}, "{\"props\":[]}", R"({"error":"props: expected an object"})");
 }
 
 }  // namespace
