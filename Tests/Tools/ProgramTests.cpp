@@ -87,7 +87,8 @@ TEST_F(ProgramTest, ExitStatuses) {
         {{"token", "has", "no url"}, 2}, {{"token", "has", url + "/"}, 1}, {{"token", "remove", url + "/"}, 0},
         {{"model", "nothing"}, 2}, {{"model", "decode"}, 2}, {{"model", "decode", "posts"}, 2},
         {{"model", "verify", "post"}, 2}, {{"model", "decode", "post"}, 0}, {{"push", "--jobs", "0"}, 2},
-        {{"push", "--jobs", "1025"}, 2}, {{"push", "--time-limit", "0"}, 2}, {{"push", "--time-limit", "nan"}, 2}, {{"push", "--format", "xml"}, 2}};
+        {{"push", "--jobs", "1025"}, 2}, {{"push", "--time-limit", "0"}, 2}, {{"push", "--time-limit", "nan"}, 2},
+        {{"push", "--format", "xml"}, 2}};
     for (const auto& [arguments, status] : rows) {
         const auto outcome = tessel(arguments);
         EXPECT_EQ(outcome.status, status) << testing::PrintToString(arguments) << outcome.errors;
