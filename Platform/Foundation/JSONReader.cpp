@@ -284,13 +284,13 @@ std::string JSONReader::path() const {
         readEscaped(content(start_ - 2), key);
         return path.empty() ? key : path + '.' + key;
     }
-    return path + '[' + std::to_string(parent_->commasBefore(start_)) + ']';
+    return path + '[' + std::to_string(parent_->commasBefore(start_, std::numeric_limits<std::size_t>::max())) + ']';
 }
 
-std::size_t JSONReader::commasBefore(Place place) const {
+std::size_t JSONReader::commasBefore(Place place, std::size_t most) const {
     std::size_t commas = 0;
     int depth = 0;
-    for (Place at = start_ + 1; at != place && depth >= 0; ++at) {
+    for (Place at = start_ + 1; at != place && depth >= 0 && commas < most; ++at) {
         // Without a branch: brackets and braces differ by one bit, and no other token begins with either.
         const char character = cursor_->text[*at];
         const int kind = character | ('{' ^ '[');
@@ -300,8 +300,8 @@ std::size_t JSONReader::commasBefore(Place place) const {
     return commas;
 }
 
-std::size_t JSONReader::count() const {
-    return kind() != Kind::array || cursor_->at(start_ + 1) == ']' ? 0 : commasBefore(cursor_->end) + 1;
+std::size_t JSONReader::count(std::size_t most) const {
+    return kind() != Kind::array || cursor_->at(start_ + 1) == ']' ? 0 : commasBefore(cursor_->end, most - 1) + 1;
 }
 
 std::string_view JSONReader::raw() {

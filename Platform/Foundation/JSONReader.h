@@ -71,8 +71,8 @@ public:
     template <class Read>
     void revisit(Place place, Read&& read);
 
-    /// How many elements this array has, found by a look at all of its tokens; 0 where it is none.
-    std::size_t count() const;
+    /// How many elements this array seems to have, from a look ahead; 0 where it is none. Beyond `most` none is counted.
+    std::size_t count(std::size_t most) const;
 
     /// How many elements the outermost array will have, if the others are like those that have been read: `count`.
     std::size_t expectedCount(std::size_t count) const {
@@ -107,7 +107,6 @@ private:
         const char* cleanFrom = nullptr;
         const char* cleanTo = nullptr;
 
-        char front() const { return at(next); }
         char at(Place place) const { return place != end ? text[*place] : '\0'; }
 
         /// A token without the blanks behind it.
@@ -159,8 +158,8 @@ private:
     void readEscaped(std::string_view content, std::string& text) const;
     bool readUnusual(std::int64_t& integer);
     std::string path() const;
-    /// How many commas of this array, not of what it holds, stand in front of the place or the array's end.
-    std::size_t commasBefore(Place place) const;
+    /// How many commas of this array, not of what it holds, stand in front of the place or the array's end; up to `most`.
+    std::size_t commasBefore(Place place, std::size_t most) const;
     [[noreturn]] void failMalformed(const char* reason) const;
 
     // No more than this, for there is one for each value: the rest of its path can be found from where it stands.
