@@ -72,11 +72,12 @@ std::vector<Entity> ServerJSON<Entity>::decodeList(std::string_view json) {
             // A page grows to what it will hold, as far as its first entities tell, and no further than they can: to
             // double it over and over would cost a fourth of the decoding, and memory that is never used.
             constexpr std::size_t sample = 64;
+            constexpr std::size_t mostGrowth = 16;
             const std::size_t count = entities.size();
             if (count == entities.capacity()) {
                 const std::size_t expected = count == 0 ? 1 : reader.expectedCount(count);
-                entities.reserve(
-                    std::max(count + count / 4 + 1, count < sample ? std::min(expected, sample) : expected));
+                const std::size_t most = count < sample ? sample : mostGrowth * count;
+                entities.reserve(std::max(count + count / 4 + 1, std::min(expected, most)));
             }
             Foundation::ByType::decode(element, entities.emplace_back());
         });

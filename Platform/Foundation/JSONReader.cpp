@@ -64,6 +64,36 @@ std::optional<double> nearestDouble(std::string_view text) {
     return value;
 }
 
+/// The number as an integer; nothing where it has a fraction or is too large. The text keeps to the grammar. A double
+/// in between would round what has more than 53 bits.
+std::optional<std::int64_t> exactInteger(std::string_view text) {
+    const std::size_t exponentAt = std::min(text.find_first_of("eE"), text.size());
+    const std::size_t point = std::min(text.find('.'), exponentAt);
+    std::string digits(text.substr(0, point));
+    std::int64_t exponent = 0;
+    if (exponentAt < text.size()) {
+        const std::string_view written = text.substr(exponentAt + (text[exponentAt + 1] == '+' ? 2 : 1));
+        // One that is too large for this is too large for any integer but 0.
+        if (std::from_chars(written.data(), written.data() + written.size(), exponent).ec != std::errc())
+            exponent = written.front() == '-' ? std::numeric_limits<std::int32_t>::min()
+                                              : std::numeric_limits<std::int32_t>::max();
+    }
+    if (point < exponentAt) {
+        digits.append(text.substr(point + 1, exponentAt - point - 1));
+        exponent -= static_cast<std::int64_t>(exponentAt - point - 1);
+    }
+    const std::size_t last = digits.find_last_not_of("0-");
+    if (last == std::string::npos) return 0;
+    exponent += static_cast<std::int64_t>(digits.size() - last - 1);
+    digits.resize(last + 1);
+    constexpr std::int64_t mostZeros = 18;
+    if (exponent < 0 || exponent > mostZeros) return std::nullopt;
+    digits.append(static_cast<std::size_t>(exponent), '0');
+    std::int64_t integer = 0;
+    if (std::from_chars(digits.data(), digits.data() + digits.size(), integer).ec != std::errc()) return std::nullopt;
+    return integer;
+}
+
 /// simdjson's first stage: where the tokens of a text start. It checks the UTF-8, that each text ends, and that no text
 /// holds a control character; all the rest is the reader's. The second stage would cost as much again, and checks
 /// nothing in what is skipped.
@@ -73,6 +103,9 @@ public:
 
     void find(std::string_view text) {
         if (text.empty()) check(simdjson::EMPTY);
+        // No JSON text ends in the middle of a character or with one beyond ASCII, and to look whether a character ends
+        // simdjson would read on.
+        if (static_cast<unsigned char>(text.back()) >= 0x80) check(simdjson::UTF8_ERROR);
         if (text.size() > capacity_) {
             capacity_ = 0;
             check(implementation_ == nullptr ? simdjson::get_active_implementation()->create_dom_parser_implementation(
@@ -90,6 +123,7 @@ public:
 
 private:
     static void check(simdjson::error_code error) {
+        if (error == simdjson::MEMALLOC) throw std::bad_alloc();
         if (error == simdjson::EMPTY) throw DecodingError(Reason::malformed, {}, "not valid JSON: there is no value");
         if (error != simdjson::SUCCESS)
             throw DecodingError(Reason::malformed, {},
@@ -157,6 +191,7 @@ void parseJSON(std::string_view text, FunctionRef<void(JSONReader& value)> read)
     const Borrowed tokens;
     tokens->find(text);
     JSONReader::Cursor cursor{.text = text.data(), .next = tokens->begin(), .end = tokens->end()};
+    cursor.lookAhead = 16 * static_cast<std::size_t>(cursor.end - cursor.next);
     JSONReader value(cursor);
     read(value);
     if (value.isUnread()) value.skip();
@@ -210,7 +245,7 @@ void JSONReader::read(double& real) {
 bool JSONReader::readIfInRange(double& real) {
     const std::string_view text = token();
     if (kind() != Kind::number) return false;
-    if (!isNumber(text)) failMalformed("a number or literal is misspelled");
+    if (!isNumber(text)) failMisspelled();
     const auto value = nearestDouble(text);
     if (!value) return false;
     real = *value;
@@ -219,16 +254,12 @@ bool JSONReader::readIfInRange(double& real) {
 }
 
 bool JSONReader::readUnusual(std::int64_t& integer) {
-    const std::string_view text = token();
     if (kind() != Kind::number) return false;
-    if (!isNumber(text)) failMalformed("a number or literal is misspelled");
-    if (isWrittenAsInteger()) {
-        if (std::from_chars(text.data(), text.data() + text.size(), integer).ec != std::errc()) return false;
-    } else {
-        const double value = nearestDouble(text).value_or(std::numeric_limits<double>::infinity());
-        if (value < -0x1p63 || value >= 0x1p63 || value != std::trunc(value)) return false;
-        integer = static_cast<std::int64_t>(value);
-    }
+    const std::string_view text = token();
+    if (!isNumber(text)) failMisspelled();
+    const auto value = exactInteger(text);
+    if (!value) return false;
+    integer = *value;
     passOver();
     return true;
 }
@@ -250,7 +281,7 @@ void JSONReader::skip() {
             break;
         case Kind::number:
             // Its size does not matter: nobody reads it.
-            if (!isNumber(token())) failMalformed("a number or literal is misspelled");
+            if (!isNumber(token())) failMisspelled();
             passOver();
             break;
         case Kind::text: {
@@ -304,6 +335,23 @@ std::size_t JSONReader::count(std::size_t most) const {
     return kind() != Kind::array || cursor_->at(start_ + 1) == ']' ? 0 : commasBefore(cursor_->end, most - 1) + 1;
 }
 
+bool JSONReader::isRepeated() const {
+    std::string key;
+    std::string other;
+    readEscaped(content(start_ - 2), key);
+    int depth = 0;
+    for (Place at = start_; at != cursor_->end && depth >= 0 && cursor_->lookAhead > 0; ++at, --cursor_->lookAhead) {
+        const char character = cursor_->at(at);
+        if (character == '{' || character == '[') ++depth;
+        if (character == '}' || character == ']') --depth;
+        if (character == ',' && depth == 0) {
+            readEscaped(rawKey(at + 1), other);
+            if (key == other) return true;
+        }
+    }
+    return false;
+}
+
 std::string_view JSONReader::raw() {
     skip();
     const std::string_view last = cursor_->token(cursor_->next - 1);
@@ -320,6 +368,11 @@ void JSONReader::failMissing(std::string_view key) const {
     std::string place = path();
     if (!place.empty()) place += '.';
     throw DecodingError(Reason::keyNotFound, place.append(key), "missing");
+}
+
+void JSONReader::failMisspelled() const {
+    const bool isMissing = std::string_view(",:]}").find(front()) != std::string_view::npos || token().empty();
+    failMalformed(isMissing ? "a value is missing" : "a number or literal is misspelled");
 }
 
 void JSONReader::failMalformed(const char* reason) const {

@@ -24,8 +24,8 @@ public:
     Kind kind() const;
 
     /// Reads an object, member by member in the text's order: `member(std::string_view key, JSONReader& value)`. Of
-    /// equal keys each is handed over: the last one wins where the callback assigns. The key is unescaped, and valid
-    /// during the call.
+    /// equal keys each is handed over: the last one wins where the callback assigns, and an error that the callback
+    /// throws for another one is passed over. The key is unescaped, and valid during the call.
     template <class Member>
     void object(Member&& member);
 
@@ -107,6 +107,10 @@ private:
         const char* cleanFrom = nullptr;
         const char* cleanTo = nullptr;
 
+        /// How many tokens may still be looked at to find that a key is repeated: a text full of wrong values that come
+        /// again would have each look at all the others.
+        std::size_t lookAhead = 0;
+
         char at(Place place) const { return place != end ? text[*place] : '\0'; }
 
         /// A token without the blanks behind it.
@@ -155,12 +159,16 @@ private:
     std::string_view content(Place place) const;
     bool takeNull();
 
+    /// Whether the object has the key of this value, its member, once more behind it.
+    bool isRepeated() const;
+
     void readEscaped(std::string_view content, std::string& text) const;
     bool readUnusual(std::int64_t& integer);
     std::string path() const;
     /// How many commas of this array, not of what it holds, stand in front of the place or the array's end; up to `most`.
     std::size_t commasBefore(Place place, std::size_t most) const;
     [[noreturn]] void failMalformed(const char* reason) const;
+    [[noreturn]] void failMisspelled() const;
 
     // No more than this, for there is one for each value: the rest of its path can be found from where it stands.
     Place start_;
@@ -245,7 +253,14 @@ void JSONReader::objectWithRawKeys(Member&& member) {
     if (cursor_->at(at) == '}') return leave(at);
     for (;; ++at) {
         const std::string_view key = rawKey(at);
-        at = visit(at + 2, [&](JSONReader& value) { member(key, value); });
+        at = visit(at + 2, [&](JSONReader& value) {
+            try {
+                member(key, value);
+            } catch (const DecodingError& error) {
+                if (error.reason() == DecodingError::Reason::malformed || !value.isRepeated()) throw;
+                value.skip();
+            }
+        });
         if (!goesOn(at, '}')) return leave(at);
     }
 }

@@ -119,6 +119,8 @@ TEST(JSONCoding, KeepsToTheTable) {
     const std::tuple<std::string, Post, std::string> records[] = {
         {whole, {"", 1, false, File{2}, URL::parse("h:%20")}, whole},
         {R"({"link":null,"file":null,"count":null,"id":"a"})", {"a"}, R"({"id":"a","count":7})"},
+        {R"({"id":5,"count":9007199254740993.0,"i\u0064":"b","file":{},"file":{"size":100e-2}})",
+         {"b", 9007199254740993, {}, File{1}}, R"({"id":"b","count":9007199254740993,"file":{"size":1}})"},
         {R"({"count":-9.223372036854775808e18,"id":""})", {"", INT64_MIN}, R"({"id":"","count":-9223372036854775808})"},
         {R"({"id":"a","count":1,"is_pinned":true,"x":[{}],"count":null,"is_pinned":null,"\u0069d":"b"})", {"b"},
          R"({"id":"b","count":7})"}};
@@ -135,6 +137,7 @@ TEST(JSONCoding, NamesThePlaceOfAnErrorAndNotTheText) {
         {R"({"id":"a","id":null})", typeMismatch, "[1].id"}, {R"({"id":"a","file":{}})", keyNotFound, "[1].file.size"},
         {R"({"id":"a","count":9223372036854775808})", typeMismatch, "[1].count"},
         {R"({"id":"a","count":9223372036854775808.0})", typeMismatch, "[1].count"},
+        {R"({"id":"a","count":0.99999999999999999999})", typeMismatch, "[1].count"},
         {R"({"link":"can ary"})", typeMismatch, "[1].link"}, {R"({"x":[{"y":canary}]})", malformed, "[1].x[0].y"}};
     for (const auto& [post, reason, path] : rows) {
         const auto read = [](JSONReader& value) { Post ignored; if (!value.null()) decode(value, ignored); };

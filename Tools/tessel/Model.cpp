@@ -1,5 +1,7 @@
 #include "tessel/Model.h"
 
+#include <new>
+
 #include "Foundation/StandardStreams.h"
 #include "Foundation/UTF8.h"
 #include "tessel/ExitStatus.h"
@@ -14,16 +16,20 @@ namespace {
 
 /// The answer's line; `good` becomes false for an input that is refused.
 std::string answer(const Operation& operation, const std::string& line, bool& good) {
+    std::string reason;
     try {
         JSONWriter writer;
         Foundation::parseJSON(line, [&](JSONReader& reader) { operation(reader, writer); });
         return std::move(writer).text();
     } catch (const DecodingError& error) {
-        good = false;
-        JSONWriter writer;
-        writer.beginObject().key("error").value(Foundation::repairedUTF8(error.what())).endObject();
-        return std::move(writer).text();
+        reason = error.what();
+    } catch (const std::bad_alloc&) {
+        reason = "too large for the memory there is";
     }
+    good = false;
+    JSONWriter writer;
+    writer.beginObject().key("error").value(Foundation::repairedUTF8(reason)).endObject();
+    return std::move(writer).text();
 }
 
 }  // namespace
