@@ -42,8 +42,10 @@ struct Post {
     std::int64_t replyCount = 0;
     std::int64_t lastReplyAt = 0;     ///< 0 where missing
     std::optional<bool> isFollowing;  ///< whether the user follows the thread; absent where that is unknown
-    std::vector<std::string>
-        participantIDs;     ///< without "participant_ids", the "id" of each of "participants"; else empty
+
+    /// Who takes part in the thread: "participant_ids", where that is missing each "id" of "participants", else nobody.
+    std::vector<std::string> participantIDs;
+
     PostMetadata metadata;  ///< empty where missing
 
     /// The types of posts that only their recipient sees and no server keeps.
