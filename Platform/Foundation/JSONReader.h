@@ -29,7 +29,7 @@ public:
     template <class Member>
     void object(Member&& member);
 
-    /// The same, the keys as they are spelled. `unescaped` reads one that may have an escape; its buffer holds the result.
+    /// The same, the keys as they are spelled. `unescaped` reads one that may have an escape, into the buffer.
     template <class Member>
     void objectWithRawKeys(Member&& member);
     std::string_view unescaped(std::string_view rawKey, std::string& buffer);
@@ -71,7 +71,7 @@ public:
     template <class Read>
     void revisit(Place place, Read&& read);
 
-    /// How many elements this array seems to have, from a look ahead; 0 where it is none. Beyond `most` none is counted.
+    /// How many elements this array seems to have, from a look ahead; 0 where it is none. At most `most`.
     std::size_t count(std::size_t most) const;
 
     /// How many elements the outermost array will have, if the others are like those that have been read: `count`.
@@ -165,7 +165,7 @@ private:
     void readEscaped(std::string_view content, std::string& text) const;
     bool readUnusual(std::int64_t& integer);
     std::string path() const;
-    /// How many commas of this array, not of what it holds, stand in front of the place or the array's end; up to `most`.
+    /// How many commas of this array, not of what it holds, stand in front of the place or its end; up to `most`.
     std::size_t commasBefore(Place place, std::size_t most) const;
     [[noreturn]] void failMalformed(const char* reason) const;
     [[noreturn]] void failMisspelled() const;

@@ -55,7 +55,8 @@ TEST(JSONReader, RefusesWhatIsMalformedHoweverItIsPassedOver) {
         R"(["a":1])", "[1", "[1]]", "[1}", R"({"a" 1})", R"({"a":1,})", "{,}", R"({"a"})", "{1:2}", R"({"a":1 "b":2})",
         R"({"a":1])", R"({"a":})", R"(")", R"("a)", R"("\x")", R"("\u12g4")", R"("\ud800")", R"("\udc00")",
         R"("\ud800\ud800")", R"("\ud800x")", R"({"\x":1})", R"({"\udc00":1})", "\"a\tb\"", "\"a\0b\""s, "1\0"s,
-        "[1]\0"s, "\xEF\xBB\xBF{}", "\"\xFF\"", "\"\xED\xA0\x80\"", "{\"\xFF\":1}", "null//", "\v1", "\"\xC3", "\"\xE2\x80", "\"\xF0\x9F\x98"};
+        "[1]\0"s, "\xEF\xBB\xBF{}", "\"\xFF\"", "\"\xED\xA0\x80\"", "{\"\xFF\":1}", "null//", "\v1",
+        "\"\xC3", "\"\xE2\x80", "\"\xF0\x9F\x98"};
     for (const auto* innermost : {"[]", "{}"})
         texts.push_back(std::string(512, '[') + innermost + std::string(512, ']'));
     texts.emplace_back(100'000, '[');
