@@ -15,6 +15,8 @@ constexpr std::array<std::string_view, 10> joinLeaveTypes = {
 
 constexpr std::array<std::string_view, 2> channelLifecycleTypes = {"system_channel_deleted", "system_channel_restored"};
 
+constexpr std::string_view attachmentsKey = "attachments";
+
 template <std::size_t count>
 bool contains(const std::array<std::string_view, count>& types, std::string_view type) {
     return std::find(types.begin(), types.end(), type) != types.end();
@@ -23,6 +25,19 @@ bool contains(const std::array<std::string_view, count>& types, std::string_view
 bool standsInEmojiName(char character) {
     return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
            (character >= '0' && character <= '9') || character == '+' || character == '-' || character == '_';
+}
+
+/// Whether there is a colon in any of the texts. Without one, no attachment has to be made to find that none has an
+/// emoji; the colons of an object that is written out bound no name.
+bool holdsColon(const JSONValue& value) {
+    const auto isIn = [](std::string_view text) { return text.find(':') != std::string_view::npos; };
+    if (const std::string* const text = value.stringValue()) return isIn(*text);
+    if (const auto* array = std::get_if<JSONValue::Array>(&value.matched()))
+        return std::any_of(array->begin(), array->end(), holdsColon);
+    if (const auto* object = std::get_if<JSONValue::Object>(&value.matched()))
+        return std::any_of(object->begin(), object->end(),
+                           [&](const auto& member) { return isIn(member.first) || holdsColon(member.second); });
+    return false;
 }
 
 void collectEmojiNames(std::string_view text, std::set<std::string>& names) {
@@ -83,13 +98,15 @@ bool Post::supportsReadReceipts() const {
 }
 
 std::vector<MessageAttachment> Post::messageAttachments() const {
-    const JSONValue* const attachments = find(props, "attachments");
+    const JSONValue* const attachments = find(props, attachmentsKey);
     return attachments == nullptr ? std::vector<MessageAttachment>() : attachmentsFrom(*attachments);
 }
 
 std::set<std::string> Post::emojiNames() const {
     std::set<std::string> names;
-    for (const auto& attachment : messageAttachments()) {
+    const JSONValue* const attachments = find(props, attachmentsKey);
+    const bool mayHaveSome = attachments != nullptr && holdsColon(*attachments);
+    for (const auto& attachment : mayHaveSome ? messageAttachments() : std::vector<MessageAttachment>()) {
         for (const std::string* text : {&attachment.pretext, &attachment.title, &attachment.text})
             collectEmojiNames(*text, names);
         for (const auto& field : attachment.fields)

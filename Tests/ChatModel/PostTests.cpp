@@ -68,8 +68,9 @@ TEST(Post, EmojiAreNamedBetweenColons) {
     for (const auto& [text, names] : rows)
         EXPECT_EQ(postWith(R"("message":")" + text + '"').emojiNames(), names) << text;
     const auto post = postWith(R"("message":":m:","props":{"attachments":[{"pretext":":p:","title":":t:","text":":x:",)"
-                               R"("footer":":f:","fields":[{"title":":f:","value":":v:"}]},{"text":":y:"}]})");
-    EXPECT_EQ(post.emojiNames(), (std::set<std::string>{"m", "p", "t", "x", "v", "y"}));
+                               R"("footer":":f:","fields":[{"title":":f:","value":":v:"},{"value":{"k":[":w:"]}}]},)"
+                               R"({"text":":y:"}]})");
+    EXPECT_EQ(post.emojiNames(), (std::set<std::string>{"m", "p", "t", "x", "v", "w", "y"}));
 }
 
 /// "joinedTeam+ id:name", by whom if anyone; the plus is for an arrival.
