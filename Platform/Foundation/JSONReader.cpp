@@ -158,7 +158,7 @@ void JSONReader::readEscaped(std::string_view content, std::string& text) const 
         target = large.data();
     }
     const std::uint8_t* const end = parser->parse_string(reinterpret_cast<const std::uint8_t*>(start), target);
-    if (end == nullptr) failMalformed("a text has an escape that is none");
+    if (end == nullptr) failMalformed("a text has a wrong escape");
     text.assign(reinterpret_cast<const char*>(target), static_cast<std::size_t>(end - target));
 }
 
