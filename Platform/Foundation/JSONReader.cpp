@@ -28,9 +28,9 @@ public:
 
     void find(std::string_view text) {
         if (text.empty()) check(simdjson::EMPTY);
-        // No JSON text ends in the middle of a character or with one beyond ASCII, and to look whether a character ends
-        // simdjson would read on.
-        if (static_cast<unsigned char>(text.back()) >= 0x80) check(simdjson::UTF8_ERROR);
+        // No JSON text ends with a character beyond ASCII, and in the middle of one simdjson would read on.
+        if (static_cast<unsigned char>(text.back()) >= 0x80)
+            throw DecodingError(Reason::malformed, {}, "not valid JSON: the end is not that of a value");
         if (text.size() > capacity_) {
             capacity_ = 0;
             check(implementation_ == nullptr ? simdjson::get_active_implementation()->create_dom_parser_implementation(
