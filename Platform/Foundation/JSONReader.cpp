@@ -12,6 +12,7 @@
 #include <simdjson.h>
 
 #include "Foundation/JSONNumber.h"
+#include "Foundation/UTF8.h"
 
 namespace Foundation {
 
@@ -29,8 +30,10 @@ public:
     void find(std::string_view text) {
         if (text.empty()) check(simdjson::EMPTY);
         // No JSON text ends with a character beyond ASCII, and in the middle of one simdjson would read on.
-        if (static_cast<unsigned char>(text.back()) >= 0x80)
+        if (static_cast<unsigned char>(text.back()) >= 0x80) {
+            if (!isValidUTF8(text)) check(simdjson::UTF8_ERROR);
             throw DecodingError(Reason::malformed, {}, "not valid JSON: the end is not that of a value");
+        }
         if (text.size() > capacity_) {
             capacity_ = 0;
             check(implementation_ == nullptr ? simdjson::get_active_implementation()->create_dom_parser_implementation(
