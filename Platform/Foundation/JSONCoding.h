@@ -264,9 +264,9 @@ void ByType::decode(JSONReader& reader, Value& value) {
     } else if constexpr (requires { value.has_value(); }) {
         decode(reader, value.emplace());
     } else if constexpr (requires { value.emplace_back(); }) {
-        // Records are large, and lists of them mostly short: to grow would cost more than to count.
+        // Lists are mostly short: to grow would cost more than to count.
         constexpr std::size_t shortList = 32;
-        if constexpr (HasFields<typename Value::value_type>) value.reserve(reader.count(shortList));
+        value.reserve(reader.count(shortList));
         reader.array([&](JSONReader& element) { decode(element, value.emplace_back()); });
     } else {
         reader.object([&](std::string_view key, JSONReader& member) {
