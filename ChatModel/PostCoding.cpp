@@ -12,14 +12,29 @@ using Embed = PostMetadata::Embed;
 
 namespace {
 
+/// One of a page's pictures.
+struct Image {
+    std::string url;
+    std::string secureURL;
+};
+
+}  // namespace
+
+template <>
+constexpr auto Foundation::fields<Image> = std::tuple{
+    required("url", &Image::url),
+    defaulted("secure_url", &Image::secureURL),
+};
+
+namespace {
+
 /// A page's pictures, of which the first one counts; the others must be well-formed.
 struct FirstImage {
     static void decode(JSONReader& reader, std::optional<std::string>& imageURL) {
-        reader.array([&](JSONReader& image) {
-            std::string url;
-            std::string secureURL;
-            readImage(image, url, secureURL);
-            if (!imageURL) imageURL = secureURL.empty() ? url : secureURL;
+        reader.array([&](JSONReader& element) {
+            Image image;
+            Foundation::decode(element, image);
+            if (!imageURL) imageURL = image.secureURL.empty() ? image.url : image.secureURL;
         });
     }
 
@@ -27,21 +42,6 @@ struct FirstImage {
         writer.beginArray();
         Within<"url">::encode(writer, *imageURL);
         writer.endArray();
-    }
-
-private:
-    static void readImage(JSONReader& reader, std::string& url, std::string& secureURL) {
-        bool hasURL = false;
-        reader.object([&](std::string_view key, JSONReader& value) {
-            if (key == "url") {
-                value.read(url);
-                hasURL = true;
-            } else if (key == "secure_url") {
-                secureURL.clear();
-                if (!value.null()) value.read(secureURL);
-            }
-        });
-        if (!hasURL) reader.failMissing("url");
     }
 };
 
