@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "Foundation/JSONCoding.h"
 #include "Foundation/StandardStreams.h"
 #include "Foundation/UTF8.h"
 #include "tessel/ExitStatus.h"
@@ -68,15 +69,7 @@ void Members::read(const std::string& key, Foundation::FunctionRef<void(JSONRead
 }
 
 std::string Members::text(const std::string& key) const {
-    std::string text;
-    read(key, [&](JSONReader& value) { value.read(text); });
-    return text;
-}
-
-bool Members::boolean(const std::string& key) const {
-    bool boolean = false;
-    read(key, [&](JSONReader& value) { value.read(boolean); });
-    return boolean;
+    return decoded(key, Foundation::decodeJSON<std::string>);
 }
 
 Foundation::URL Members::url(const std::string& key) const {
@@ -92,9 +85,7 @@ std::optional<std::string> Members::optionalText(const std::string& key) const {
 
 std::optional<std::int64_t> Members::optionalInteger(const std::string& key) const {
     if (!has(key)) return std::nullopt;
-    std::int64_t integer = 0;
-    read(key, [&](JSONReader& value) { value.read(integer); });
-    return integer;
+    return decoded(key, Foundation::decodeJSON<std::int64_t>);
 }
 
 std::optional<std::string> spelling(const std::optional<Foundation::URL>& url) {

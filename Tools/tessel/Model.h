@@ -38,7 +38,6 @@ public:
 
     /// A member that must be there. Throws where it is missing, null or of another kind.
     std::string text(const std::string& key) const;
-    bool boolean(const std::string& key) const;
     Foundation::URL url(const std::string& key) const;
     void read(const std::string& key, Foundation::FunctionRef<void(Foundation::JSONReader&)> read) const;
 

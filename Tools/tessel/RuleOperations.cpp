@@ -24,17 +24,13 @@ namespace {
 
 using TextMap = std::map<std::string, std::string, std::less<>>;
 
-/// Writes a list or a set, each element by `write(writer, element)`.
+/// Writes a list, each element by `write(writer, element)`.
 template <class List, class Write>
 void writeList(JSONWriter& writer, const List& list, Write write) {
     writer.beginArray();
     for (const auto& element : list)
         write(writer, element);
     writer.endArray();
-}
-
-void writeText(JSONWriter& writer, const std::string& text) {
-    writer.value(text);
 }
 
 template <class Entity>
@@ -85,8 +81,8 @@ void postFacts(JSONReader& reader, JSONWriter& writer) {
     writer.key("isInteractable").value(post.isInteractable());
     writer.key("supportsReadReceipts").value(post.supportsReadReceipts());
     writeList(writer.key("messageAttachments"), post.messageAttachments(), writeEntity<MessageAttachment>);
-    writeList(writer.key("emojiNames"), post.emojiNames(), writeText);
-    writeList(writer.key("referencedUserIDs"), post.referencedUserIDs(), writeText);
+    Foundation::ByType::encode(writer.key("emojiNames"), post.emojiNames());
+    Foundation::ByType::encode(writer.key("referencedUserIDs"), post.referencedUserIDs());
     write(writer.key("systemEvent"), post.systemEvent());
     writer.endObject();
 }
@@ -97,8 +93,9 @@ void systemEvent(JSONReader& reader, JSONWriter& writer) {
 
 void nameFormat(JSONReader& reader, JSONWriter& writer) {
     const Members members(reader);
-    const auto format = ChatModel::nameFormat(members.text("serverSetting"), members.boolean("locked"),
-                                              members.decoded("preferences", ServerJSON<Preference>::decodeList));
+    const auto format =
+        ChatModel::nameFormat(members.text("serverSetting"), members.decoded("locked", Foundation::decodeJSON<bool>),
+                              members.decoded("preferences", ServerJSON<Preference>::decodeList));
     writer.value(Foundation::wireName(format));
 }
 
