@@ -101,6 +101,13 @@ private:
     std::vector<std::unique_ptr<Tokens>> kept_;
 };
 
+/// How much deeper what follows a token is, by the token's first character. Without a branch: brackets and braces differ
+/// by one bit, and no other token begins with either.
+int depthChange(char character) {
+    const int kind = character | ('{' ^ '[');
+    return (kind == '{' ? 1 : 0) - (kind == '}' ? 1 : 0);
+}
+
 class Borrowed {
 public:
     Borrowed() : tokens_(Spares::shared().take()) {}
@@ -214,7 +221,8 @@ void JSONReader::skip() {
             break;
         case Kind::text: {
             std::string ignored;
-            if (cursor_->hasEscape(content(start_))) readEscaped(content(start_), ignored);
+            const std::string_view skipped = content(start_);
+            if (cursor_->hasEscape(skipped)) readEscaped(skipped, ignored);
             passOver();
             break;
         }
@@ -250,10 +258,8 @@ std::size_t JSONReader::commasBefore(Place place, std::size_t most) const {
     std::size_t commas = 0;
     int depth = 0;
     for (Place at = start_ + 1; at != place && depth >= 0 && commas < most; ++at) {
-        // Without a branch: brackets and braces differ by one bit, and no other token begins with either.
         const char character = cursor_->text[*at];
-        const int kind = character | ('{' ^ '[');
-        depth += (kind == '{' ? 1 : 0) - (kind == '}' ? 1 : 0);
+        depth += depthChange(character);
         commas += character == ',' && depth == 0 ? 1 : 0;
     }
     return commas;
@@ -270,8 +276,7 @@ bool JSONReader::isRepeated() const {
     int depth = 0;
     for (Place at = start_; at != cursor_->end && depth >= 0 && cursor_->lookAhead > 0; ++at, --cursor_->lookAhead) {
         const char character = cursor_->at(at);
-        if (character == '{' || character == '[') ++depth;
-        if (character == '}' || character == ']') --depth;
+        depth += depthChange(character);
         if (character == ',' && depth == 0) {
             readEscaped(rawKey(at + 1), other);
             if (key == other) return true;
