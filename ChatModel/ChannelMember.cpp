@@ -18,8 +18,7 @@ constexpr auto Foundation::fields<ChannelMember> = std::tuple{
 template struct ChatModel::ServerJSON<ChannelMember>;
 
 bool ChannelMember::isMuted() const {
-    const auto found = notifyProps.find("mark_unread");
-    return found != notifyProps.end() && found->second == "mention";
+    return setting(notifyProps, "mark_unread") == "mention";
 }
 
 std::size_t std::hash<ChannelMember>::operator()(const ChannelMember& member) const noexcept {

@@ -3,8 +3,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <string>
+
+#include "ChatModel/NotifyProps.h"
 
 namespace ChatModel {
 
@@ -21,7 +22,7 @@ struct ChannelMember {
     std::int64_t msgCountRoot = 0;  ///< the same, replies left out
     std::int64_t mentionCount = 0;
     std::int64_t mentionCountRoot = 0;
-    std::map<std::string, std::string, std::less<>> notifyProps;
+    NotifyProps notifyProps;
 
     /// Whether the user has muted the channel.
     bool isMuted() const;

@@ -2,12 +2,12 @@
 
 #include <cstddef>
 #include <functional>
-#include <map>
 #include <optional>
 #include <string>
 
 #include "ChatModel/CustomStatus.h"
 #include "ChatModel/NameFormat.h"
+#include "ChatModel/NotifyProps.h"
 
 namespace ChatModel {
 
@@ -24,7 +24,7 @@ struct User {
     std::string nickname;
     std::string firstName;
     std::string lastName;
-    std::map<std::string, std::string, std::less<>> notifyProps;  ///< empty where missing
+    NotifyProps notifyProps;  ///< empty where missing
 
     /// Under "custom_status". Where that key is missing, the status whose JSON stands as a text in "props" under
     /// "customStatus"; absent where there is none or the text is none.
