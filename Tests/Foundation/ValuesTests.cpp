@@ -8,6 +8,7 @@
 #include "Foundation/URL.h"
 #include "Foundation/UTF8.h"
 #include "Text/CanonicalEquivalence.h"
+#include "Text/WhiteSpace.h"
 
 // clang-format off: the tables hold several short rows on a line.
 using namespace Foundation;
@@ -105,6 +106,16 @@ TEST(CanonicalEquivalence, IsThatOfUnicode) {
     for (const auto& [left, right, expected] : rows)
         for (const auto& [one, other] : {std::pair(left, right), {right, left}})
             EXPECT_EQ(Text::canonicallyEquivalent(one, other), expected) << one << " and " << other;
+}
+
+TEST(WhiteSpace, IsTrimmedAtBothEndsAlone) {
+    const std::pair<std::string, std::string> rows[] = {
+        {"", ""}, {" \t\r\n\v\f", ""}, {"\u3000", ""}, {" a \u00A0b\n", "a \u00A0b"}, {"\x1F\x0E", "\x1F\x0E"},
+        {"\u0085\u00A0\u1680\u2000 a\u2028\u2029\u202F\u205F", "a"}, {"a\0 "s, "a\0"s}, {"\u200B", "\u200B"},
+        {"\u2028\u00E9\U0001F600\u3000", "\u00E9\U0001F600"}, {" \xC2", "\xC2"}, {"\xA0 ", "\xA0"},
+        {"\xE3\u00A0", "\xE3"}, {"\u0085\xE2\x80", "\xE2\x80"}, {"\u00A0\u00A0\x80", "\x80"},
+        {"a\u00A0\x80", "a\u00A0\x80"}};
+    for (const auto& [text, trimmed] : rows) EXPECT_EQ(Text::trimmed(text), trimmed) << testing::PrintToString(text);
 }
 
 }  // namespace
