@@ -69,6 +69,16 @@ std::optional<URL> URL::parse(std::string_view text) {
     url.scheme_ = range(parsed.uri().scheme);
     url.host_ = range(parsed.uri().hostText);
     url.port_ = range(parsed.uri().portText);
+    // These two end before the first of a few characters, which they cannot hold (RFC 3986, sections 3.2 and 3.3).
+    const auto rangeBefore = [&](std::string_view ends, std::size_t start) {
+        return Range{start, std::min(text.find_first_of(ends, start), text.size()) - start};
+    };
+    std::size_t start = url.scheme_.start == std::string::npos ? 0 : url.scheme_.length + 1;
+    if (url.host_.start != std::string::npos) {
+        url.authority_ = rangeBefore("/?#", start + 2);
+        start = url.authority_.start + url.authority_.length;
+    }
+    url.path_ = rangeBefore("?#", start);
     return url;
 }
 
@@ -78,16 +88,16 @@ std::optional<std::string> URL::spelled(Range range) const {
 }
 
 URL URL::appending(std::string_view path) const {
-    const std::size_t end = std::min(text_.find_first_of("?#"), text_.size());
-    const Parsed parsed(text_);
-    const bool hasPath = parsed.uri().pathHead != nullptr || parsed.uri().absolutePath == URI_TRUE;
+    const std::size_t end = path_.start + path_.length;
     std::string extended = text_.substr(0, end);
     // A path behind an authority is absolute, even behind an empty one; elsewhere no slash may appear in front of a
     // path that was empty.
-    if (hasPath ? !extended.ends_with('/') : host_.start != std::string::npos) extended += '/';
+    if (path_.length > 0 ? !extended.ends_with('/') : host_.start != std::string::npos) extended += '/';
     if (path.starts_with('/')) path.remove_prefix(1);
+    extended += percentEncoded(path);
     URL url = *this;  // what stands in front of the path stays in its place
-    url.text_ = extended + percentEncoded(path) + text_.substr(end);
+    url.path_.length = extended.size() - path_.start;
+    url.text_ = extended + text_.substr(end);
     return url;
 }
 

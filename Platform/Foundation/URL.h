@@ -25,12 +25,19 @@ public:
     /// The scheme as spelled, without its colon; absent in a relative reference.
     std::optional<std::string> scheme() const { return spelled(scheme_); }
 
+    /// User information with its "@", host and port as spelled, with the brackets of an IP literal. Absent where there
+    /// is none. It holds an "@" where there is user information, be that empty, and nowhere else.
+    std::optional<std::string> authority() const { return spelled(authority_); }
+
     /// The host as spelled, without the brackets of an IP literal. Absent where there is no authority; empty where
     /// the authority names none ("https://").
     std::optional<std::string> host() const { return spelled(host_); }
 
     /// The port's digits as spelled; absent where none is given.
     std::optional<std::string> port() const { return spelled(port_); }
+
+    /// The path as spelled; empty where there is none.
+    std::string path() const { return text_.substr(path_.start, path_.length); }
 
     /// This URL with a relative path put behind its path, one slash between the two. Bytes that a path cannot hold
     /// are percent-encoded; "/" and "." stay. Query and fragment are kept.
@@ -50,8 +57,10 @@ private:
 
     std::string text_;
     Range scheme_;
+    Range authority_;
     Range host_;
     Range port_;
+    Range path_{.start = 0};  // never absent
 };
 
 }  // namespace Foundation
