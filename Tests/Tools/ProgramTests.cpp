@@ -141,6 +141,8 @@ TEST_F(ProgramTest, TheModelsOperationsOnEntities) {
     const std::string event = R"({"kind":"addedToTeam","isArrival":true,"subject":{"id":"v","username":"bob"},)"
                               R"("actor":{"id":"u","username":"ann"}})";
     const std::string user = R"({"id":"u","username":"ann","nickname":"","first_name":"Ann","last_name":"Lee"})";
+    const std::string settings = R"({"member":{"channel_id":"c","last_viewed_at":0,"msg_count":0,"msg_count_root":0,)"
+        R"("mention_count":0,"mention_count_root":0,"notify_props":{}},"userNotifyProps":{"push":"all"},"edits":{)";
     const std::string preferences = R"([{"category":"display_settings","name":"name_format","value":"full_name"}])";
     const std::tuple<const char*, std::string, std::string> rows[] = {
         {"post-facts", R"({"post":)" + post + R"(,"userID":"v"})",
@@ -153,7 +155,19 @@ TEST_F(ProgramTest, TheModelsOperationsOnEntities) {
         {"collapsed-threads", R"({"serverSetting":null,"preferences":[]})", "false"},
         {"custom-status-expired", R"({"customStatus":{"expires_at":"2026-11-23T01:00:00+01:00"},"at":)"
                                   R"("2026-11-23T00:00:00Z"})", "true"},
-        {"attachment-rows", R"({"fields":[{"value":1}]})", R"([[{"title":"","value":"1","short":false}]])"}};
+        {"attachment-rows", R"({"fields":[{"value":1}]})", R"([[{"title":"","value":"1","short":false}]])"},
+        {"channel-settings", settings + R"("push":"none","ignoresChannelMentions":true,"isMuted":true}})",
+         R"({"settings":{"desktop":"default","push":"none","ignoresChannelMentions":true,"isMuted":true,)"
+         R"("accountDesktop":"mention","accountPush":"all"},"changes":{"ignore_channel_mentions":"on","mark_unread":)"},
+        {"channel-settings", settings + R"("desktop":"All"}})", R"({"error":"edits.desktop: expected one of )"},
+        {"channel-settings", settings + R"("accountPush":"all"}})", R"({"error":"edits.accountPush: cannot be)"},
+        {"conversation-visibility", R"({"channel":)" + channel + R"(,"currentUserID":"v","shown":true})",
+         R"({"category":"direct_channel_show","name":"u","value":"true"})"},
+        {"server-address", R"({"text":" H/"})", R"("https://h")"}, {"server-address", R"({"text":"/"})", "null"},
+        {"device-id", R"({"bundleID":"a.dev","token":"0AfF"})", R"("apple_rnbeta-v20:0aff")"},
+        {"device-id", R"({"bundleID":"a.dev.b","token":""})", R"("apple_rn-v20:")"},
+        {"device-id", R"({"bundleID":"","token":"0af"})", R"({"error":"token: expected hexadecimal, two digits a )"},
+        {"device-id", R"({"bundleID":"","token":"0x"})", R"({"error":"token: )"}};
     for (const auto& [operation, input, part] : rows) expectAnswer({"model", operation}, input, part);
     expectAnswer({"model", "decode", "channel"}, channel, channel);
     expectAnswer({"model", "decode", "client-config"}, R"({"SiteURL":"a b","EnableSignInWithEmail":"true"})",

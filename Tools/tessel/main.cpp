@@ -25,7 +25,7 @@ const tessel::Operation& operationNamed(const std::string& name, const std::stri
         throw CLI::ValidationError("TYPE", "unknown: " + type);
     }
     if (!type.empty()) throw CLI::ValidationError("TYPE", "only decode takes one");
-    for (const auto* operations : {&tessel::pushOperations(), &tessel::ruleOperations()})
+    for (const auto* operations : {&tessel::pushOperations(), &tessel::ruleOperations(), &tessel::settingOperations()})
         if (const auto* operation = tessel::findOperation(*operations, name)) return *operation;
     throw CLI::ValidationError("OPERATION", "unknown: " + name);
 }
@@ -40,8 +40,9 @@ std::string listOf(const std::string& heading, std::initializer_list<const tesse
 
 void addModelCommand(CLI::App& app, std::string& name, std::string& type, std::string& bundle, int& status) {
     CLI::App* model = app.add_subcommand("model", "Tries one operation of the model on each line of standard input");
-    model->footer(listOf("Operations", {&tessel::pushOperations(), &tessel::ruleOperations()}) +
-                  listOf("\nOperation decode, with one of these types", {&tessel::decodeOperations()}));
+    model->footer(
+        listOf("Operations", {&tessel::pushOperations(), &tessel::ruleOperations(), &tessel::settingOperations()}) +
+        listOf("\nOperation decode, with one of these types", {&tessel::decodeOperations()}));
     model->add_option("OPERATION", name, "The operation's name")->required();
     model->add_option("TYPE", type, "For decode: the type that each line's JSON is of");
     tessel::addBundleOption(*model, bundle);  // taken for likeness; no operation needs it
