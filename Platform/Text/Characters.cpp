@@ -221,6 +221,18 @@ std::u32string comparable(std::string_view text, Case sensitivity) {
     return scalars;
 }
 
+char32_t folded(char32_t scalar) {
+    const char32_t first = lookUp(scalar).first;
+    return first == 0 ? scalar : first;
+}
+
+std::u32string scalars(std::string_view text) {
+    std::u32string scalars;
+    for (std::size_t offset = 0; offset < text.size();)
+        scalars += next(text, offset);
+    return scalars;
+}
+
 Character characterBeyondASCII(std::string_view text, std::size_t start, Case sensitivity) {
     std::size_t end = start;
     const char32_t scalar = next(text, end);

@@ -28,6 +28,12 @@ struct Character {
 /// bytes stand as U+FFFD. The cost can grow with the square of the longest run of combining marks.
 std::u32string comparable(std::string_view text, Case sensitivity);
 
+/// The scalar that the form without case of this one starts with.
+char32_t folded(char32_t scalar);
+
+/// The text's scalars, U+FFFD standing for ill-formed bytes.
+std::u32string scalars(std::string_view text);
+
 inline bool isASCII(char byte) {
     return (byte & 0x80) == 0;
 }
