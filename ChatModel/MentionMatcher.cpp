@@ -69,11 +69,8 @@ MentionMatcher::Tree::Tree(Way way, std::vector<std::u32string> keys) : way_(way
         traits_[byte] = (isWordByte(static_cast<char>(byte)) ? word : 0) | (starts ? start : 0);
     }
     std::fill(traits_.begin() + 128, traits_.end(), beyondASCII);
-    for (const auto& key : keys) {
+    for (const auto& key : keys)
         firstScalars_.insert(key.front());
-        // Where case counts, that of the form without case is what is known of a scalar.
-        if (!ignoresCase) firstScalars_.insert(Text::folded(key.front()));
-    }
 }
 
 void MentionMatcher::Tree::grow(const std::vector<std::u32string>& keys) {
@@ -145,8 +142,8 @@ private:
                 offset_ = next;
             }
             // Bound to what stands in front of it, ASCII is part of no word.
-            const bool isBound = offset_ < text_.size() && Text::isASCII(text_[offset_]) &&
-                                 !words_.characters().contain(offset_);
+            const bool isBound =
+                offset_ < text_.size() && Text::isASCII(text_[offset_]) && !words_.characters().contain(offset_);
             if (isBound) passOverScalar();
         }
         return false;

@@ -77,16 +77,18 @@ bool Post::isNotificationSuppressed() const {
     return findBool(props, "silent_notification").value_or(false);
 }
 
+bool Post::tellsOfAddition(std::string_view addedUserID) const {
+    if (type != "system_add_to_channel") return false;
+    const std::string* const added = findString(props, "addedUserId");
+    return added != nullptr && *added == addedUserID;
+}
+
 bool Post::excludesFromChannelMessageCount() const {
     return isJoinLeaveMessage() || isNotificationSuppressed();
 }
 
 bool Post::isIgnoredForReadState(std::string_view reader) const {
-    if (type == "system_add_to_channel") {
-        const std::string* const added = findString(props, "addedUserId");
-        if (added != nullptr && *added == reader) return false;
-    }
-    return isJoinLeaveMessage() || contains(channelLifecycleTypes, type);
+    return !tellsOfAddition(reader) && (isJoinLeaveMessage() || contains(channelLifecycleTypes, type));
 }
 
 bool Post::isInteractable() const {

@@ -67,6 +67,9 @@ struct Post {
     /// Whether the sender asked for no notification, and did not force one all the same.
     bool isNotificationSuppressed() const;
 
+    /// Whether the post tells this user that they have been added to the channel.
+    bool tellsOfAddition(std::string_view addedUserID) const;
+
     /// Whether the post is left out where a channel's messages are counted.
     bool excludesFromChannelMessageCount() const;
 

@@ -221,11 +221,6 @@ std::u32string comparable(std::string_view text, Case sensitivity) {
     return scalars;
 }
 
-char32_t folded(char32_t scalar) {
-    const char32_t first = lookUp(scalar).first;
-    return first == 0 ? scalar : first;
-}
-
 std::u32string scalars(std::string_view text) {
     std::u32string scalars;
     for (std::size_t offset = 0; offset < text.size();)
@@ -269,13 +264,21 @@ bool CharacterBoundaries::containBeyondASCII(std::size_t offset) {
     return end_ == offset;
 }
 
+void FirstScalars::insert(char32_t scalar) {
+    scalars_.set(slot(scalar));
+    // In a text, where case counts too, all that is looked up is the form without case.
+    const char32_t folded = lookUp(scalar).first;
+    if (folded != 0) scalars_.set(slot(folded));
+    // Marks change their places in a form: a character of marks alone may start with any of them.
+    if (u_getCombiningClass(static_cast<UChar32>(scalar)) != 0) scalars_.set();
+}
+
 std::size_t FirstScalars::findOrASCII(std::string_view text, std::size_t offset) const {
     while (offset < text.size() && !isASCII(text[offset])) {
         const std::size_t start = offset;
         const char32_t scalar = next(text, offset);
-        const char32_t first = lookUp(scalar).first;
-        // Where case counts, a scalar that is its own form stands as it is, in capitals too.
-        if (scalars_[slot(scalar)] || (first != 0 && scalars_[slot(first)])) return start;
+        const char32_t folded = lookUp(scalar).first;
+        if (scalars_[slot(folded == 0 ? scalar : folded)]) return start;
     }
     return std::min(offset, text.size());
 }

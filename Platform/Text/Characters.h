@@ -28,9 +28,6 @@ struct Character {
 /// bytes stand as U+FFFD. The cost can grow with the square of the longest run of combining marks.
 std::u32string comparable(std::string_view text, Case sensitivity);
 
-/// The scalar that the form without case of this one starts with.
-char32_t folded(char32_t scalar);
-
 /// The text's scalars, U+FFFD standing for ill-formed bytes.
 std::u32string scalars(std::string_view text);
 
@@ -80,10 +77,11 @@ private:
 /// Scalars that characters are looked for by: a quick test that passes over most of a text.
 class FirstScalars {
 public:
-    void insert(char32_t scalar) { scalars_.set(slot(scalar)); }
+    /// Adds the first scalar of a `comparable` form.
+    void insert(char32_t scalar);
 
-    /// The next offset, from this one on, that holds ASCII, or at which a scalar starts that may be one of these or
-    /// whose form without case may start with one; else the text's end. The offset must not lie within a scalar.
+    /// The next offset, from this one on, that holds ASCII, or at which a character may start whose form, with case or
+    /// without, starts with one of these; else the text's end. The offset must not lie within a scalar.
     std::size_t findOrASCII(std::string_view text, std::size_t offset) const;
 
 private:
