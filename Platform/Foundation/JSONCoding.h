@@ -28,7 +28,7 @@
 ///                                                            optional("port", &Server::port)};
 ///
 /// A member is a text, a boolean, an integer of 64 bits, a URL, an enumeration with `wireNames`, a record, an optional,
-/// a list or a map from texts of these, or a type with an `OwnCoder`. One whose JSON has a shape of its own names a
+/// a list, a set or a map from texts of these, or a type with an `OwnCoder`. One whose JSON has a shape of its own names a
 /// coder: a type with the static functions `decode(JSONReader&, Member&)`, given the member's default, and
 /// `encode(JSONWriter&, const Member&)`, as in `defaulted<IDsOfObjects>("participants", &Thread::participantIDs)`.
 namespace Foundation {
@@ -268,6 +268,12 @@ void ByType::decode(JSONReader& reader, Value& value) {
         constexpr std::size_t shortList = 32;
         value.reserve(reader.count(shortList));
         reader.array([&](JSONReader& element) { decode(element, value.emplace_back()); });
+    } else if constexpr (requires { requires std::is_same_v<typename Value::key_type, typename Value::value_type>; }) {
+        reader.array([&](JSONReader& element) {
+            typename Value::value_type member{};
+            decode(element, member);
+            value.insert(std::move(member));
+        });
     } else {
         reader.object([&](std::string_view key, JSONReader& member) {
             // Servers write the keys of a map in their order, mostly.

@@ -87,6 +87,9 @@ public:
     /// The value's own text, once it has been passed over and checked; valid as long as the whole text is.
     std::string_view raw();
 
+    /// Where the value stands, as errors name it: "metadata.files[2]".
+    std::string path() const;
+
     /// Throws the error for this place: "expected EXPECTATION", unless what stands there is no JSON at all.
     [[noreturn]] void failExpecting(const std::string& expectation);
 
@@ -164,7 +167,6 @@ private:
 
     void readEscaped(std::string_view content, std::string& text) const;
     bool readUnusual(std::int64_t& integer);
-    std::string path() const;
     /// How many commas of this array, not of what it holds, stand in front of the place or its end; up to `most`.
     std::size_t commasBefore(Place place, std::size_t most) const;
     [[noreturn]] void failMalformed(const char* reason) const;

@@ -20,6 +20,9 @@ using Operations = std::map<std::string, Operation>;
 const Operations& pushOperations();
 const Operations& ruleOperations();
 
+/// The operations by the rules that decide who is notified, and how.
+const Operations& notificationOperations();
+
 /// The operations on what the user sets: notifications, the sidebar, the server, the device.
 const Operations& settingOperations();
 

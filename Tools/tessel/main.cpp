@@ -1,8 +1,8 @@
 #include <exception>
-#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -16,6 +16,12 @@
 
 namespace {
 
+/// All operations but `decode`.
+std::vector<const tessel::Operations*> namedOperations() {
+    return {&tessel::pushOperations(), &tessel::ruleOperations(), &tessel::notificationOperations(),
+            &tessel::settingOperations()};
+}
+
 /// What was asked for by name, out of all operations. A name that there is none of, and a type that is missing or too
 /// much, are wrong usage.
 const tessel::Operation& operationNamed(const std::string& name, const std::string& type) {
@@ -25,12 +31,12 @@ const tessel::Operation& operationNamed(const std::string& name, const std::stri
         throw CLI::ValidationError("TYPE", "unknown: " + type);
     }
     if (!type.empty()) throw CLI::ValidationError("TYPE", "only decode takes one");
-    for (const auto* operations : {&tessel::pushOperations(), &tessel::ruleOperations(), &tessel::settingOperations()})
+    for (const auto* operations : namedOperations())
         if (const auto* operation = tessel::findOperation(*operations, name)) return *operation;
     throw CLI::ValidationError("OPERATION", "unknown: " + name);
 }
 
-std::string listOf(const std::string& heading, std::initializer_list<const tessel::Operations*> all) {
+std::string listOf(const std::string& heading, const std::vector<const tessel::Operations*>& all) {
     std::string list = heading + ':';
     for (const auto* operations : all)
         for (const auto& [name, ignored] : *operations)
@@ -40,9 +46,8 @@ std::string listOf(const std::string& heading, std::initializer_list<const tesse
 
 void addModelCommand(CLI::App& app, std::string& name, std::string& type, std::string& bundle, int& status) {
     CLI::App* model = app.add_subcommand("model", "Tries one operation of the model on each line of standard input");
-    model->footer(
-        listOf("Operations", {&tessel::pushOperations(), &tessel::ruleOperations(), &tessel::settingOperations()}) +
-        listOf("\nOperation decode, with one of these types", {&tessel::decodeOperations()}));
+    model->footer(listOf("Operations", namedOperations()) +
+                  listOf("\nOperation decode, with one of these types", {&tessel::decodeOperations()}));
     model->add_option("OPERATION", name, "The operation's name")->required();
     model->add_option("TYPE", type, "For decode: the type that each line's JSON is of");
     tessel::addBundleOption(*model, bundle);  // taken for likeness; no operation needs it
