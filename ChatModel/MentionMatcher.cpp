@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <optional>
 #include <utility>
 
 #include "ChatModel/Words.h"
@@ -19,26 +20,11 @@ constexpr std::pair<char32_t, char32_t> wordlessBlocks[] = {
 constexpr std::size_t longestCharacter = 1024;
 
 bool isWordless(std::string_view key) {
-    const std::u32string scalars = Text::scalars(key);
+    const std::u32string scalars = Text::comparable(key, Text::Case::sensitive);
     return std::any_of(scalars.begin(), scalars.end(), [](char32_t scalar) {
         return std::any_of(std::begin(wordlessBlocks), std::end(wordlessBlocks),
                            [&](const auto& block) { return block.first <= scalar && scalar <= block.second; });
     });
-}
-
-/// Calls `take(scalar, isFirst)` for the scalars of the comparable form of one character of the text. False, and no
-/// call, for one that is too long to be compared.
-template <class Take>
-bool decompose(std::string_view character, const Text::Character& facts, Text::Case sensitivity, Take take) {
-    if (facts.isWhole) {
-        take(facts.first, true);
-        return true;
-    }
-    if (character.size() > longestCharacter) return false;
-    bool isFirst = true;
-    for (const char32_t scalar : Text::comparable(character, sensitivity))
-        take(scalar, std::exchange(isFirst, false));
-    return true;
 }
 
 /// The key's comparable form; empty where no text can hold the key.
@@ -47,14 +33,42 @@ std::u32string comparableKey(std::string_view key, Text::Case sensitivity) {
     for (std::size_t offset = 0; offset < key.size();) {
         const Text::Character character = Text::characterAt(key, offset, sensitivity);
         const auto bytes = key.substr(offset, character.end - offset);
-        if (!decompose(bytes, character, sensitivity, [&](char32_t scalar, bool) { form += scalar; })) return {};
+        if (bytes.size() > longestCharacter) return {};
+        if (character.isWhole)
+            form += character.first;
+        else
+            form += Text::comparable(bytes, sensitivity);
         offset = character.end;
     }
     return form;
 }
 
 /// What `traits_` says of a byte.
-enum Trait : std::uint8_t { word = 1, start = 2, beyondASCII = 4 };
+enum Trait : std::uint8_t {
+    word = 1,   ///< is a word character
+    start = 2,  ///< a key may start with it
+    lead = 4,   ///< beyond ASCII, and a character may start with it that is to be looked at
+    starts = start | lead,
+    startsBehind = starts << 4,  ///< which of these are to be looked at behind it
+    leadBehind = lead << 4
+};
+
+/// The step at what is no character of plain ASCII.
+constexpr std::uint32_t notPlain = 0xFFFFFFFF;
+
+/// What kinds of bytes there are beside those that the keys are made of.
+enum Kind : std::uint8_t { other, noWord, inWord, firstOfKeys };
+
+/// How long a text has to be without a sign of a key until it is passed over by traits, which is quicker.
+constexpr unsigned patience = 8;
+
+/// Larger trees do without a table, which would take more memory than it is worth.
+constexpr std::size_t mostStates = 1U << 15;
+
+/// The case in which the keys' comparable forms are.
+constexpr std::size_t lowered(std::size_t byte, Text::Case sensitivity) {
+    return sensitivity == Text::Case::insensitive && byte >= 'A' && byte <= 'Z' ? byte + ('a' - 'A') : byte;
+}
 
 }  // namespace
 
@@ -62,15 +76,69 @@ MentionMatcher::Tree::Tree(Way way, std::vector<std::u32string> keys) : way_(way
     std::sort(keys.begin(), keys.end());
     keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
     grow(keys);
-    const bool ignoresCase = way.sensitivity == Text::Case::insensitive;
+    describeBytes(keys);
+    if (nodes_.size() < mostStates) addSteps();
+}
+
+void MentionMatcher::Tree::describeBytes(const std::vector<std::u32string>& keys) {
+    for (std::size_t i = 0; i < keys.size(); ++i)
+        if (i == 0 || keys[i].front() != keys[i - 1].front()) firstScalars_.insert(keys[i].front());
+    if (way_.asWord) firstScalars_.insertPrepending();
     for (std::size_t byte = 0; byte < startingWith_.size(); ++byte) {
-        const bool isCapital = byte >= 'A' && byte <= 'Z';
-        const bool starts = startingWith_[ignoresCase && isCapital ? byte + ('a' - 'A') : byte] != 0;
-        traits_[byte] = (isWordByte(static_cast<char>(byte)) ? word : 0) | (starts ? start : 0);
+        const bool isStart = startingWith_[lowered(byte, way_.sensitivity)] != 0;
+        const bool isWord = isWordByte(static_cast<char>(byte));
+        traits_[byte] = static_cast<std::uint8_t>((isWord ? word : 0) | (isStart ? start : 0) |
+                                                  (isWord && way_.asWord ? leadBehind : startsBehind));
     }
-    std::fill(traits_.begin() + 128, traits_.end(), beyondASCII);
-    for (const auto& key : keys)
-        firstScalars_.insert(key.front());
+    for (std::size_t byte = startingWith_.size(); byte < traits_.size(); ++byte)
+        traits_[byte] = startsBehind | (firstScalars_.mayStartWith(static_cast<char>(byte)) ? lead : 0);
+}
+
+void MentionMatcher::Tree::addSteps() {
+    // A carriage return may be half of a character.
+    for (std::size_t byte = 0; byte < startingWith_.size(); ++byte)
+        kinds_[byte] = byte == '\r' ? other : (traits_[byte] & word) != 0 ? inWord : noWord;
+    kindCount_ = firstOfKeys;
+    for (const char32_t scalar : scalars_)
+        if (scalar < startingWith_.size() && (kinds_[scalar] == noWord || kinds_[scalar] == inWord) && scalar != 0)
+            kinds_[scalar] = static_cast<std::uint8_t>(kindCount_++);
+    for (std::size_t byte = 'A'; byte <= 'Z'; ++byte)
+        kinds_[byte] = kinds_[lowered(byte, way_.sensitivity)];
+
+    const auto nodeCount = static_cast<std::uint32_t>(nodes_.size());
+    const std::uint32_t behindWord = kindCount_;
+    firstNode_ = 2 * kindCount_;
+    std::vector<std::uint32_t> states(nodeCount);
+    nodesOfRows_.assign(2, 0);
+    for (const bool isKey : {false, true}) {
+        if (isKey) firstKey_ = static_cast<std::uint32_t>(nodesOfRows_.size()) * kindCount_;
+        for (std::uint32_t node = 1; node < nodeCount; ++node) {
+            if ((nodes_[node].key != 0) != isKey) continue;
+            states[node] = static_cast<std::uint32_t>(nodesOfRows_.size()) * kindCount_;
+            nodesOfRows_.push_back(node);
+        }
+    }
+
+    steps_.resize(nodesOfRows_.size() * kindCount_);
+    for (const std::uint32_t state : {0U, behindWord}) {
+        steps_[state + other] = notPlain;
+        for (std::size_t byte = 0; byte < startingWith_.size(); ++byte)
+            if (way_.asWord && (traits_[byte] & word) != 0) steps_[state + kinds_[byte]] = behindWord;
+    }
+    // A node's steps are those of the state that the text would be in if nothing had started where the node has, but
+    // for its own children.
+    std::vector<std::uint32_t> otherwise(nodeCount);
+    for (std::uint32_t node = 0; node < nodeCount; ++node) {
+        const auto steps = steps_.begin() + states[node];
+        if (node != 0) std::copy_n(steps_.begin() + otherwise[node], kindCount_, steps);
+        const std::uint32_t firstChild = nodes_[node].firstChild;
+        for (std::uint32_t child = firstChild; child < firstChild + nodes_[node].childCount; ++child) {
+            // Nodes behind what is not plain are not reached this way.
+            const char32_t scalar = scalars_[child];
+            if (scalar < startingWith_.size() && kinds_[scalar] != other)
+                otherwise[child] = std::exchange(steps[kinds_[scalar]], states[child]);
+        }
+    }
 }
 
 void MentionMatcher::Tree::grow(const std::vector<std::u32string>& keys) {
@@ -116,31 +184,30 @@ std::uint32_t MentionMatcher::Tree::child(std::uint32_t node, char32_t scalar) c
 }
 
 /// One pass over a text. From each place where a key may start on it keeps the deepest node whose scalars end here and
-/// started at such a place.
+/// started at such a place: in plain ASCII by the table, among other characters scalar by scalar.
 class MentionMatcher::Tree::Search {
 public:
     Search(const Tree& tree, std::string_view text) : tree_(tree), text_(text), words_(text) {}
 
     bool matches() {
-        while (goToStart())
-            if (takeKey()) return true;
+        while (goToStart()) {
+            std::optional<std::uint32_t> node = 0;
+            if (!tree_.steps_.empty() && takePlain(node)) return true;
+            if (node && takeCharacters(*node)) return true;
+        }
         return false;
     }
 
 private:
     bool mayStart() const { return !tree_.way_.asWord || !followsWord_; }
 
+    std::uint8_t traitsAt(std::size_t offset) const { return tree_.traits_[static_cast<std::uint8_t>(text_[offset])]; }
+
     /// Goes on to where some key may start; false at the text's end.
     bool goToStart() {
-        for (; passOverASCII(); followsWord_ = false) {
-            const bool isASCII = Text::isASCII(text_[offset_]);
-            const std::size_t next = isASCII ? offset_ : tree_.firstScalars_.findOrASCII(text_, offset_);
-            if (next == offset_) {
-                if (mayStart() && words_.characters().contain(offset_)) return true;
-                passOverScalar();
-            } else {
-                offset_ = next;
-            }
+        for (; passOver(); followsWord_ = false) {
+            if (mayStart() && words_.characters().contain(offset_)) return true;
+            passOverScalar();
             // Bound to what stands in front of it, ASCII is part of no word.
             const bool isBound =
                 offset_ < text_.size() && Text::isASCII(text_[offset_]) && !words_.characters().contain(offset_);
@@ -149,17 +216,17 @@ private:
         return false;
     }
 
-    /// Goes on to the next byte of ASCII that a key may start with, or that is beyond it; false at the text's end.
-    bool passOverASCII() {
-        const std::uint8_t behindWord = tree_.way_.asWord ? beyondASCII : start | beyondASCII;
-        std::uint8_t wanted = followsWord_ ? behindWord : start | beyondASCII;
+    /// Goes on to the next byte that cannot be passed over by its traits; false at the text's end.
+    bool passOver() {
+        unsigned wanted = mayStart() ? starts : lead;
         std::size_t offset = offset_;
         for (; offset < text_.size(); ++offset) {
-            const std::uint8_t traits = tree_.traits_[static_cast<std::uint8_t>(text_[offset])];
-            if ((traits & wanted) != 0) break;
-            wanted = (traits & word) != 0 ? behindWord : start | beyondASCII;
+            const unsigned traits = traitsAt(offset);
+            const unsigned found = traits & wanted;
+            if (found == start || (found != 0 && tree_.firstScalars_.mayStartAt(text_, offset))) break;
+            wanted = traits >> 4;
         }
-        if (offset != offset_) followsWord_ = isWordByte(text_[offset - 1]);
+        if (offset != offset_) followsWord_ = isWordAt(offset - 1);
         offset_ = offset;
         return offset < text_.size();
     }
@@ -170,24 +237,91 @@ private:
         while (offset_ < text_.size() && (text_[offset_] & 0xC0) == 0x80);
     }
 
-    /// Follows what has started here until nothing has; true where a key has ended.
-    bool takeKey() {
+    /// Follows what starts here through plain ASCII, until nothing has started for a while; true where a key has ended.
+    /// Where what follows is not plain, `node` is how far it has come, else absent.
+    bool takePlain(std::optional<std::uint32_t>& node) {
+        const std::uint32_t* const steps = tree_.steps_.data();
+        const std::uint32_t firstNode = tree_.firstNode_;
+        const std::uint32_t ordinaryNodes = tree_.firstKey_ - firstNode;
+        const std::size_t begin = offset_;
+        std::uint32_t before = 0;
+        std::uint32_t state = 0;
+        std::size_t offset = begin;
+        for (unsigned idle = 0; offset < text_.size() && idle < patience; ++offset) {
+            const std::uint32_t next = steps[state + tree_.kinds_[static_cast<std::uint8_t>(text_[offset])]];
+            ++idle;
+            if (next - firstNode < ordinaryNodes) {
+                idle = 0;
+            } else if (next == notPlain) {
+                // It may be a mark on the last character, which is then not plain either.
+                if (offset != begin) {
+                    --offset;
+                    state = before;
+                }
+                followsWord_ = offset != begin && isWordAt(offset - 1);
+                offset_ = offset;
+                node = tree_.nodesOfRows_[state / tree_.kindCount_];
+                return false;
+            } else if (next >= firstNode) {
+                idle = 0;
+                if (isKeysEnd(tree_.nodesOfRows_[next / tree_.kindCount_], offset + 1)) return true;
+            }
+            before = std::exchange(state, next);
+        }
+        followsWord_ = isWordAt(offset - 1);
+        offset_ = offset;
+        node.reset();
+        return false;
+    }
+
+    bool isWordAt(std::size_t offset) const { return (traitsAt(offset) & word) != 0; }
+
+    /// Whether a key that may end at the offset, behind plain ASCII, does.
+    bool isKeysEnd(std::uint32_t node, std::size_t offset) {
+        if (offset < text_.size() && !Text::isASCII(text_[offset])) return false;  // the character may not
+        offset_ = offset;
+        followsWord_ = isWordAt(offset - 1);
+        if (tree_.way_.asWord && !isWordsEnd()) return false;
+        for (std::uint32_t key = tree_.nodes_[node].key; key != 0; key = tree_.nodes_[tree_.nodes_[key].suffix].key)
+            if (key == node || !tree_.way_.asWord || !isWordAt(offset - tree_.nodes_[key].depth - 1)) return true;
+        return false;
+    }
+
+    /// Follows what has come to the node, and what starts here, until nothing has started any more; true where a key
+    /// has ended.
+    bool takeCharacters(std::uint32_t node) {
         const Text::Case sensitivity = tree_.way_.sensitivity;
-        std::uint32_t node = 0;
+        recall(tree_.nodes_[node].depth);
         do {
             const Text::Character facts = Text::characterAt(text_, offset_, sensitivity);
             const auto character = text_.substr(offset_, facts.end - offset_);
-            const bool maySomeStart = mayStart();
-            const auto take = [&](char32_t scalar, bool isFirst) {
-                node = next(node, scalar, isFirst && maySomeStart);
-            };
-            if (!decompose(character, facts, sensitivity, take)) node = 0;
+            node = next(node, facts.first, mayStart());
+            if (!facts.isWhole && node != 0) node = takeRest(node, character);
             offset_ = facts.end;
             followsWord_ = character.size() == 1 && isWordByte(character.front());
             if (tree_.nodes_[node].key != 0 && endsKey(node)) return true;
         } while (node != 0 && offset_ < text_.size());
         return false;
     }
+
+    /// Follows the scalars of a character behind its first one.
+    std::uint32_t takeRest(std::uint32_t node, std::string_view character) {
+        if (character.size() > longestCharacter) return 0;
+        const std::u32string form = Text::comparable(character, tree_.way_.sensitivity);
+        for (std::size_t i = 1; i < form.size() && node != 0; ++i)
+            node = next(node, form[i], false);
+        return node;
+    }
+
+    /// Remembers where a key may have started among the last characters, which are plain ASCII; with the first of them
+    /// one has.
+    void recall(std::size_t count) {
+        if (starts_.empty()) starts_.resize(std::bit_ceil(tree_.nodes_.back().depth + std::size_t{1}));
+        for (std::size_t i = count; i > 0; --i)
+            remember(i == count || !tree_.way_.asWord || !isWordAt(offset_ - i - 1));
+    }
+
+    void remember(bool mayStartHere) { starts_[taken_++ & (starts_.size() - 1)] = mayStartHere; }
 
     std::uint32_t next(std::uint32_t node, char32_t scalar, bool mayStartHere) {
         std::uint32_t found = 0;
@@ -196,8 +330,7 @@ private:
                 node = tree_.nodes_[node].suffix;
             while (node != 0 && !hasStarted(node));
         if (node == 0 && mayStartHere) found = tree_.child(0, scalar);
-        if (starts_.empty()) starts_.resize(std::bit_ceil(tree_.nodes_.back().depth + std::size_t{1}));
-        starts_[taken_++ & (starts_.size() - 1)] = mayStartHere;
+        remember(mayStartHere);
         return found;
     }
 

@@ -9,6 +9,7 @@
 
 #include "ChatModel/MentionKey.h"
 #include "Text/Characters.h"
+#include "Text/FirstScalars.h"
 
 namespace ChatModel::NotificationRules {
 
@@ -58,12 +59,26 @@ private:
         void grow(const std::vector<std::u32string>& keys);
         std::uint32_t child(std::uint32_t node, char32_t scalar) const;
 
+        void describeBytes(const std::vector<std::u32string>& keys);
+        void addSteps();
+
         Way way_;
         std::vector<Node> nodes_;
         std::u32string scalars_;  ///< by which each node is reached; a node's children stand together, in order
         std::array<std::uint32_t, 128> startingWith_{};  ///< the root's children by their ASCII
         std::array<std::uint8_t, 256> traits_{};         ///< of bytes, for passing over what no key starts with
         Text::FirstScalars firstScalars_;
+
+        /// The same as a table, for plain ASCII: from the state that the text is in and the kind of its next byte to
+        /// the next state, each being where its own row starts. The root comes first, then the state behind a word,
+        /// where no key may start, then the nodes, and last those of them with which a key may end. Empty where the
+        /// tree is too large.
+        std::vector<std::uint32_t> steps_;
+        std::array<std::uint8_t, 256> kinds_{};  ///< of bytes: those that no key tells apart are of one kind
+        std::uint32_t kindCount_ = 0;
+        std::uint32_t firstNode_ = 0;  ///< the state
+        std::uint32_t firstKey_ = 0;   ///< the state
+        std::vector<std::uint32_t> nodesOfRows_;
     };
 
     std::vector<Tree> trees_;

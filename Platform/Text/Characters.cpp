@@ -23,42 +23,45 @@ void check(UErrorCode error) {
     if (U_FAILURE(error)) throw std::runtime_error(std::string("ICU failed: ") + u_errorName(error));
 }
 
-UnicodeString comparable(UnicodeString text, Case sensitivity) {
-    UErrorCode error = U_ZERO_ERROR;
-    const icu::Normalizer2* const nfd = icu::Normalizer2::getNFDInstance(error);
-    check(error);
-    text = nfd->normalize(text, error);
-    if (sensitivity == Case::insensitive) text = nfd->normalize(text.foldCase(U_FOLD_CASE_DEFAULT), error);
-    check(error);
-    return text;
-}
-
 /// What ICU knows of a scalar that matters here, at the price of one look-up: its own answers take several calls a
-/// scalar, and its iterator over characters has to be made for each text. Pages are made when they are first needed.
+/// scalar, and its iterator over characters has to be made for each text.
 struct Scalar {
     /// Indic_Conjunct_Break: consonants that a linker joins make one character, whatever extends them.
     enum class Conjunct : std::uint8_t { none, consonant, linker, extend };
 
-    char32_t first = 0;               ///< of the form without case; 0 for the scalar itself
-    std::uint8_t kind = U_GCB_OTHER;  ///< Grapheme_Cluster_Break (UAX #29, table 2), or `pictographic`
-    Conjunct conjunct = Conjunct::none;
-    bool foldsToSeveral = false;  ///< whether more follow the first
-    bool decomposes = false;      ///< whether the form in which case counts is another
-
     /// Extended_Pictographic, which emoji are made of; the scalars that have it have no break property beside.
     static constexpr std::uint8_t pictographic = U_GCB_COUNT;
 
-    static Scalar make(char32_t scalar);
+    char32_t folded = 0;              ///< the first scalar of the form without case; 0 for this one
+    std::uint8_t kind = U_GCB_OTHER;  ///< Grapheme_Cluster_Break (UAX #29, table 2), or `pictographic`
+    Conjunct conjunct = Conjunct::none;
+    std::uint8_t combiningClass = 0;
+
+    /// How long its forms are, the one with case and the one without, where either has several scalars or the former
+    /// is another one; else 0. They stand one behind the other in the page.
+    std::uint8_t decomposedLength = 0;
+    std::uint8_t foldedLength = 0;
+    std::uint16_t formsAt = 0;
 
     friend bool operator==(const Scalar&, const Scalar&) = default;
 };
 
-constexpr std::size_t pageSize = 128;
-using Page = std::array<Scalar, pageSize>;
+/// Scalars that follow each other. Pages are made when they are first needed, and kept.
+struct Page {
+    static constexpr std::size_t size = 128;
 
-constexpr Page plainPage{};  ///< serves for all pages of ideographs, and for those without a character
+    std::array<Scalar, size> scalars;
+    std::u32string forms;
+};
 
-std::array<std::atomic<const Page*>, 0x110000 / pageSize> pages;
+std::array<std::atomic<const Page*>, 0x110000 / Page::size> pages;
+
+std::u32string scalarsOf(const UnicodeString& text) {
+    std::u32string scalars;
+    for (std::int32_t i = 0; i < text.length(); i = text.moveIndex32(i, 1))
+        scalars += static_cast<char32_t>(text.char32At(i));
+    return scalars;
+}
 
 /// The property as Unicode 15.1 derives it; ICU gives it from version 76 on.
 Scalar::Conjunct conjunctOf(UChar32 code, int kind) {
@@ -87,34 +90,77 @@ Scalar::Conjunct conjunctOf(UChar32 code, int kind) {
     return extends ? extend : none;
 }
 
-Scalar Scalar::make(char32_t scalar) {
-    const auto code = static_cast<UChar32>(scalar);
-    const UnicodeString text(code);
-    const UnicodeString folded = comparable(text, Case::insensitive);
-    const auto first = static_cast<char32_t>(folded.char32At(0));
+Scalar makeScalar(UChar32 code, std::u32string& forms) {
+    UErrorCode error = U_ZERO_ERROR;
+    const icu::Normalizer2* const nfd = icu::Normalizer2::getNFDInstance(error);
+    check(error);
+    const UnicodeString decomposed = nfd->normalize(UnicodeString(code), error);
+    UnicodeString folded = decomposed;
+    folded = nfd->normalize(folded.foldCase(U_FOLD_CASE_DEFAULT), error);
+    check(error);
+
+    const auto self = static_cast<char32_t>(code);
+    const std::u32string decomposedForm = scalarsOf(decomposed);
+    const std::u32string foldedForm = scalarsOf(folded);
     const int kind = u_hasBinaryProperty(code, UCHAR_EXTENDED_PICTOGRAPHIC)
-                         ? pictographic
+                         ? Scalar::pictographic
                          : u_getIntPropertyValue(code, UCHAR_GRAPHEME_CLUSTER_BREAK);
-    return {first == scalar ? 0 : first, static_cast<std::uint8_t>(kind), conjunctOf(code, kind),
-            folded.hasMoreChar32Than(0, folded.length(), 1) != 0, comparable(text, Case::sensitive) != text};
+    Scalar scalar{.folded = foldedForm.front() == self ? 0 : foldedForm.front(),
+                  .kind = static_cast<std::uint8_t>(kind),
+                  .conjunct = conjunctOf(code, kind),
+                  .combiningClass = u_getCombiningClass(code)};
+    if (decomposedForm != std::u32string_view(&self, 1) || foldedForm.size() > 1) {
+        scalar.decomposedLength = static_cast<std::uint8_t>(decomposedForm.size());
+        scalar.foldedLength = static_cast<std::uint8_t>(foldedForm.size());
+        scalar.formsAt = static_cast<std::uint16_t>(forms.size());
+        forms += decomposedForm + foldedForm;
+    }
+    return scalar;
 }
 
 const Page& makePage(std::size_t number) {
+    static const Page plain{};  // serves for all pages of ideographs, and for those without a character
     auto made = std::make_unique<Page>();
-    for (std::size_t i = 0; i < pageSize; ++i)
-        (*made)[i] = Scalar::make(static_cast<char32_t>(number * pageSize + i));
-    const Page* page = *made == plainPage ? &plainPage : made.get();
+    for (std::size_t i = 0; i < Page::size; ++i)
+        made->scalars[i] = makeScalar(static_cast<UChar32>(number * Page::size + i), made->forms);
+    const Page* page = made->scalars == plain.scalars ? &plain : made.get();
     const Page* other = nullptr;
     // Where another thread has made it meanwhile, that one stays.
     if (!pages[number].compare_exchange_strong(other, page, std::memory_order_acq_rel)) return *other;
-    if (page != &plainPage) made.release();  // NOLINT(bugprone-unused-return-value): it serves until the process ends
+    if (page != &plain) made.release();  // NOLINT(bugprone-unused-return-value): it serves until the process ends
     return *page;
 }
 
-const Scalar& lookUp(char32_t scalar) {
-    const std::size_t number = scalar / pageSize;
+const Page& pageOf(char32_t scalar) {
+    const std::size_t number = scalar / Page::size;
     const Page* const page = pages[number].load(std::memory_order_acquire);
-    return (page != nullptr ? *page : makePage(number))[scalar % pageSize];
+    return page != nullptr ? *page : makePage(number);
+}
+
+const Scalar& lookUp(char32_t scalar) {
+    return pageOf(scalar).scalars[scalar % Page::size];
+}
+
+/// Appends a form's scalars, combining marks in their canonical order (Unicode 15, definition D109).
+void append(std::u32string& text, std::u32string_view form) {
+    for (const char32_t scalar : form) {
+        const std::uint8_t order = lookUp(scalar).combiningClass;
+        std::size_t place = text.size();
+        while (order != 0 && place > 0 && lookUp(text[place - 1]).combiningClass > order)
+            --place;
+        text.insert(place, 1, scalar);
+    }
+}
+
+/// One of a scalar's forms; valid as long as the scalar is where it is.
+std::u32string_view formOf(const char32_t& scalar, Case sensitivity) {
+    const Page& page = pageOf(scalar);
+    const Scalar& entry = page.scalars[scalar % Page::size];
+    const bool isFolded = sensitivity == Case::insensitive;
+    if (entry.decomposedLength == 0) return {isFolded && entry.folded != 0 ? &entry.folded : &scalar, 1};
+    const std::u32string_view forms = page.forms;
+    return isFolded ? forms.substr(entry.formsAt + entry.decomposedLength, entry.foldedLength)
+                    : forms.substr(entry.formsAt, entry.decomposedLength);
 }
 
 #pragma GCC diagnostic push
@@ -212,34 +258,31 @@ private:
 }  // namespace
 
 std::u32string comparable(std::string_view text, Case sensitivity) {
-    const UnicodeString form =
-        comparable(UnicodeString::fromUTF8({text.data(), static_cast<std::int32_t>(text.size())}), sensitivity);
-    std::u32string scalars;
-    scalars.reserve(static_cast<std::size_t>(form.length()));
-    for (std::int32_t i = 0; i < form.length(); i = form.moveIndex32(i, 1))
-        scalars += static_cast<char32_t>(form.char32At(i));
-    return scalars;
-}
-
-std::u32string scalars(std::string_view text) {
-    std::u32string scalars;
+    std::u32string decomposed;
     for (std::size_t offset = 0; offset < text.size();)
-        scalars += next(text, offset);
-    return scalars;
+        append(decomposed, formOf(next(text, offset), Case::sensitive));
+    if (sensitivity == Case::sensitive) return decomposed;
+    // Not in one go: what is a mark may become a letter, and marks be put in their order before it does.
+    std::u32string folded;
+    for (const char32_t scalar : decomposed)
+        append(folded, formOf(scalar, Case::insensitive));
+    return folded;
 }
 
 Character characterBeyondASCII(std::string_view text, std::size_t start, Case sensitivity) {
     std::size_t end = start;
     const char32_t scalar = next(text, end);
     const Scalar& entry = lookUp(scalar);
-    const bool isChanged = sensitivity == Case::sensitive ? entry.decomposes : entry.foldsToSeveral;
-    const bool takesFolded = entry.first != 0 && (isChanged || sensitivity == Case::insensitive);
-    Character character{end, takesFolded ? entry.first : scalar, !isChanged};
+    const std::u32string_view form = formOf(scalar, sensitivity);
+    Character character{end, form.front(), form.size() == 1};
     Walk walk(entry);
     while (end < text.size() && walk.joins(lookUp(next(text, end)))) {
         character.end = end;
         character.isWhole = false;
     }
+    // Where marks stand alone, their order may be another one in the form.
+    if (entry.combiningClass != 0 && !character.isWhole)
+        character.first = comparable(text.substr(start, character.end - start), sensitivity).front();
     return character;
 }
 
@@ -262,25 +305,6 @@ bool CharacterBoundaries::containBeyondASCII(std::size_t offset) {
         end_ = characterAt(text_, start_, Case::sensitive).end;
     }
     return end_ == offset;
-}
-
-void FirstScalars::insert(char32_t scalar) {
-    scalars_.set(slot(scalar));
-    // In a text, where case counts too, all that is looked up is the form without case.
-    const char32_t folded = lookUp(scalar).first;
-    if (folded != 0) scalars_.set(slot(folded));
-    // Marks change their places in a form: a character of marks alone may start with any of them.
-    if (u_getCombiningClass(static_cast<UChar32>(scalar)) != 0) scalars_.set();
-}
-
-std::size_t FirstScalars::findOrASCII(std::string_view text, std::size_t offset) const {
-    while (offset < text.size() && !isASCII(text[offset])) {
-        const std::size_t start = offset;
-        const char32_t scalar = next(text, offset);
-        const char32_t folded = lookUp(scalar).first;
-        if (scalars_[slot(folded == 0 ? scalar : folded)]) return start;
-    }
-    return std::min(offset, text.size());
 }
 
 }  // namespace Text

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <bitset>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -15,11 +14,8 @@ enum class Case { sensitive, insensitive };
 /// or a family of emoji.
 struct Character {
     std::size_t end;  ///< where the next one starts, in bytes
-
-    /// The first scalar of its `comparable` form; where case counts and `isWhole` is false, of its form without case.
-    char32_t first;
-
-    bool isWhole;  ///< whether that scalar is the whole form
+    char32_t first;   ///< the first scalar of its `comparable` form
+    bool isWhole;     ///< whether that scalar is the whole form
 };
 
 /// What stands for a UTF-8 text where texts are compared: two are the same, their accents composed or not, where these
@@ -27,9 +23,6 @@ struct Character {
 /// (Unicode 15, definitions D70 and D145). A text's form is that of its characters, one behind the other. Ill-formed
 /// bytes stand as U+FFFD. The cost can grow with the square of the longest run of combining marks.
 std::u32string comparable(std::string_view text, Case sensitivity);
-
-/// The text's scalars, U+FFFD standing for ill-formed bytes.
-std::u32string scalars(std::string_view text);
 
 inline bool isASCII(char byte) {
     return (byte & 0x80) == 0;
@@ -72,22 +65,6 @@ private:
     std::string_view text_;
     std::size_t start_ = 0;  ///< of the character that was walked over last
     std::size_t end_ = 0;    ///< of the same
-};
-
-/// Scalars that characters are looked for by: a quick test that passes over most of a text.
-class FirstScalars {
-public:
-    /// Adds the first scalar of a `comparable` form.
-    void insert(char32_t scalar);
-
-    /// The next offset, from this one on, that holds ASCII, or at which a character may start whose form, with case or
-    /// without, starts with one of these; else the text's end. The offset must not lie within a scalar.
-    std::size_t findOrASCII(std::string_view text, std::size_t offset) const;
-
-private:
-    static std::size_t slot(char32_t scalar) { return (scalar ^ scalar >> 8) & 0xFF; }
-
-    std::bitset<256> scalars_;  ///< several share a place
 };
 
 }  // namespace Text
