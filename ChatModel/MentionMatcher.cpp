@@ -177,10 +177,53 @@ void MentionMatcher::Tree::grow(const std::vector<std::u32string>& keys) {
 
 std::uint32_t MentionMatcher::Tree::child(std::uint32_t node, char32_t scalar) const {
     if (node == 0 && scalar < startingWith_.size()) return startingWith_[scalar];
-    const auto first = scalars_.begin() + nodes_[node].firstChild;
-    const auto end = first + nodes_[node].childCount;
+    const auto [firstChild, childCount, depth, suffix, key] = nodes_[node];
+    if (childCount == 1) return scalars_[firstChild] == scalar ? firstChild : 0;
+    const auto first = scalars_.begin() + firstChild;
+    const auto end = first + childCount;
     const auto found = std::lower_bound(first, end, scalar);
     return found != end && *found == scalar ? static_cast<std::uint32_t>(found - scalars_.begin()) : 0;
+}
+
+/// Where a search in plain ASCII is.
+struct MentionMatcher::Tree::Walk {
+    std::size_t offset;
+    std::uint32_t before = 0;  ///< the state before the last byte
+    std::uint32_t state = 0;
+    std::uint32_t next = 0;  ///< the state behind the byte at the offset
+    unsigned idle = 0;       ///< for how many bytes no key has started
+
+    void take() {
+        before = state;
+        state = next;
+        idle = 0;
+        ++offset;
+    }
+};
+
+/// Goes over the text to where `next` is no state, or one in which a key may end; false where the text ends or no key
+/// has started for a while. All that it takes to do so stands in registers.
+[[gnu::noinline]] bool MentionMatcher::Tree::goOn(Walk& walk, std::string_view text) const {
+    const std::uint32_t* const steps = steps_.data();
+    const std::uint8_t* const kinds = kinds_.data();
+    const std::uint32_t firstNode = firstNode_;
+    const std::uint32_t firstKey = firstKey_;
+    auto [offset, before, state, next, idle] = walk;
+    bool isHeld = false;
+    for (; offset < text.size() && idle < patience; ++offset) {
+        const std::uint32_t* const column = steps + kinds[static_cast<std::uint8_t>(text[offset])];
+        next = column[state];
+        if (next >= firstKey) {
+            isHeld = true;
+            break;
+        }
+        // Without a branch, whose way nobody could foretell.
+        idle = (idle + 1) * static_cast<unsigned>(next < firstNode);
+        before = state;
+        state = next;
+    }
+    walk = {offset, before, state, next, idle};
+    return isHeld;
 }
 
 /// One pass over a text. From each place where a key may start on it keeps the deepest node whose scalars end here and
@@ -240,38 +283,30 @@ private:
     /// Follows what starts here through plain ASCII, until nothing has started for a while; true where a key has ended.
     /// Where what follows is not plain, `node` is how far it has come, else absent.
     bool takePlain(std::optional<std::uint32_t>& node) {
-        const std::uint32_t* const steps = tree_.steps_.data();
-        const std::uint32_t firstNode = tree_.firstNode_;
-        const std::uint32_t ordinaryNodes = tree_.firstKey_ - firstNode;
         const std::size_t begin = offset_;
-        std::uint32_t before = 0;
-        std::uint32_t state = 0;
-        std::size_t offset = begin;
-        for (unsigned idle = 0; offset < text_.size() && idle < patience; ++offset) {
-            const std::uint32_t next = steps[state + tree_.kinds_[static_cast<std::uint8_t>(text_[offset])]];
-            ++idle;
-            if (next - firstNode < ordinaryNodes) {
-                idle = 0;
-            } else if (next == notPlain) {
-                // It may be a mark on the last character, which is then not plain either.
-                if (offset != begin) {
-                    --offset;
-                    state = before;
-                }
-                followsWord_ = offset != begin && isWordAt(offset - 1);
-                offset_ = offset;
-                node = tree_.nodesOfRows_[state / tree_.kindCount_];
+        Walk walk{begin};
+        while (tree_.goOn(walk, text_)) {
+            if (walk.next == notPlain) {
+                node = leavePlain(begin, walk.offset, walk.offset == begin ? walk.state : walk.before);
                 return false;
-            } else if (next >= firstNode) {
-                idle = 0;
-                if (isKeysEnd(tree_.nodesOfRows_[next / tree_.kindCount_], offset + 1)) return true;
             }
-            before = std::exchange(state, next);
+            if (isKeysEnd(tree_.nodesOfRows_[walk.next / tree_.kindCount_], walk.offset + 1)) return true;
+            walk.take();
         }
-        followsWord_ = isWordAt(offset - 1);
-        offset_ = offset;
+        followsWord_ = isWordAt(walk.offset - 1);
+        offset_ = walk.offset;
         node.reset();
         return false;
+    }
+
+    /// Goes to the last character in front of the offset, at which a mark on it may stand, so that it is not plain
+    /// either; the node that the search had come to there. Absent for the root, unless that is where it began.
+    std::optional<std::uint32_t> leavePlain(std::size_t begin, std::size_t offset, std::uint32_t state) {
+        offset_ = std::max(begin, offset - 1);
+        const bool hasMoved = offset_ != begin;
+        followsWord_ = hasMoved && isWordAt(offset_ - 1);
+        const std::uint32_t node = tree_.nodesOfRows_[state / tree_.kindCount_];
+        return node == 0 && hasMoved ? std::nullopt : std::optional(node);
     }
 
     bool isWordAt(std::size_t offset) const { return (traitsAt(offset) & word) != 0; }
@@ -361,7 +396,7 @@ private:
     Words words_;
     std::size_t offset_ = 0;
     bool followsWord_ = false;  ///< whether a word character ends at the offset
-    std::vector<bool> starts_;  ///< of the last scalars, round and round: whether a key may start with each
+    std::vector<char> starts_;  ///< of the last scalars, round and round: whether a key may start with each
     std::size_t taken_ = 0;     ///< scalars, all together
 };
 

@@ -47,6 +47,7 @@ private:
 
     private:
         class Search;
+        struct Walk;
 
         struct Node {
             std::uint32_t firstChild = 0;
@@ -61,6 +62,7 @@ private:
 
         void describeBytes(const std::vector<std::u32string>& keys);
         void addSteps();
+        bool goOn(Walk& walk, std::string_view text) const;
 
         Way way_;
         std::vector<Node> nodes_;

@@ -118,7 +118,7 @@ Scalar makeScalar(UChar32 code, std::u32string& forms) {
     return scalar;
 }
 
-const Page& makePage(std::size_t number) {
+[[gnu::cold, gnu::noinline]] const Page& makePage(std::size_t number) {
     static const Page plain{};  // serves for all pages of ideographs, and for those without a character
     auto made = std::make_unique<Page>();
     for (std::size_t i = 0; i < Page::size; ++i)
@@ -131,13 +131,13 @@ const Page& makePage(std::size_t number) {
     return *page;
 }
 
-const Page& pageOf(char32_t scalar) {
+inline const Page& pageOf(char32_t scalar) {
     const std::size_t number = scalar / Page::size;
     const Page* const page = pages[number].load(std::memory_order_acquire);
     return page != nullptr ? *page : makePage(number);
 }
 
-const Scalar& lookUp(char32_t scalar) {
+inline const Scalar& lookUp(char32_t scalar) {
     return pageOf(scalar).scalars[scalar % Page::size];
 }
 
@@ -153,8 +153,7 @@ void append(std::u32string& text, std::u32string_view form) {
 }
 
 /// One of a scalar's forms; valid as long as the scalar is where it is.
-std::u32string_view formOf(const char32_t& scalar, Case sensitivity) {
-    const Page& page = pageOf(scalar);
+inline std::u32string_view formOf(const char32_t& scalar, const Page& page, Case sensitivity) {
     const Scalar& entry = page.scalars[scalar % Page::size];
     const bool isFolded = sensitivity == Case::insensitive;
     if (entry.decomposedLength == 0) return {isFolded && entry.folded != 0 ? &entry.folded : &scalar, 1};
@@ -163,11 +162,15 @@ std::u32string_view formOf(const char32_t& scalar, Case sensitivity) {
                     : forms.substr(entry.formsAt, entry.decomposedLength);
 }
 
+std::u32string_view formOf(const char32_t& scalar, Case sensitivity) {
+    return formOf(scalar, pageOf(scalar), sensitivity);
+}
+
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wconversion"  // in ICU's macro
 
 /// Reads the scalar at the offset and moves behind it; U+FFFD for ill-formed bytes.
-char32_t next(std::string_view text, std::size_t& offset) {
+inline char32_t next(std::string_view text, std::size_t& offset) {
     UChar32 scalar = 0;
     U8_NEXT_OR_FFFD(text.data(), offset, text.size(), scalar);
     return static_cast<char32_t>(scalar);
@@ -186,15 +189,17 @@ std::size_t scalarStartBefore(std::string_view text, std::size_t offset) {
 /// Whether two scalars that follow each other are of one character, as far as these two alone tell.
 enum class Junction { no, yes, dependsOnFormer };
 
-Junction junction(const Scalar& before, const Scalar& behind) {
+inline Junction junction(const Scalar& before, const Scalar& behind) {
     const auto endsLine = [](std::uint8_t kind) {
         return kind == U_GCB_CONTROL || kind == U_GCB_CR || kind == U_GCB_LF;
     };
     const auto joinedIf = [](bool condition) { return condition ? Junction::yes : Junction::no; };
     const std::uint8_t next = behind.kind;
+    using enum Scalar::Conjunct;
+    // Most are neither.
+    if (next == U_GCB_OTHER && behind.conjunct != consonant && before.kind != U_GCB_PREPEND) return Junction::no;
     if (endsLine(before.kind) || endsLine(next)) return joinedIf(before.kind == U_GCB_CR && next == U_GCB_LF);
     if (next == U_GCB_EXTEND || next == U_GCB_ZWJ || next == U_GCB_SPACING_MARK) return Junction::yes;
-    using enum Scalar::Conjunct;
     if (behind.conjunct == consonant && (before.conjunct == linker || before.conjunct == extend))
         return Junction::dependsOnFormer;
     switch (before.kind) {
@@ -258,27 +263,35 @@ private:
 }  // namespace
 
 std::u32string comparable(std::string_view text, Case sensitivity) {
-    std::u32string decomposed;
-    for (std::size_t offset = 0; offset < text.size();)
+    if (text.empty()) return {};
+    std::size_t offset = 0;
+    const char32_t scalar = next(text, offset);
+    if (offset >= text.size()) return std::u32string(formOf(scalar, sensitivity));
+    std::u32string decomposed(formOf(scalar, Case::sensitive));
+    while (offset < text.size())
         append(decomposed, formOf(next(text, offset), Case::sensitive));
     if (sensitivity == Case::sensitive) return decomposed;
     // Not in one go: what is a mark may become a letter, and marks be put in their order before it does.
     std::u32string folded;
-    for (const char32_t scalar : decomposed)
-        append(folded, formOf(scalar, Case::insensitive));
+    for (const char32_t character : decomposed)
+        append(folded, formOf(character, Case::insensitive));
     return folded;
 }
 
 Character characterBeyondASCII(std::string_view text, std::size_t start, Case sensitivity) {
     std::size_t end = start;
     const char32_t scalar = next(text, end);
-    const Scalar& entry = lookUp(scalar);
-    const std::u32string_view form = formOf(scalar, sensitivity);
+    const Page& page = pageOf(scalar);
+    const Scalar& entry = page.scalars[scalar % Page::size];
+    const std::u32string_view form = formOf(scalar, page, sensitivity);
     Character character{end, form.front(), form.size() == 1};
-    Walk walk(entry);
-    while (end < text.size() && walk.joins(lookUp(next(text, end)))) {
+    if (end == text.size()) return character;
+    const Scalar* following = &lookUp(next(text, end));
+    if (junction(entry, *following) == Junction::no) return character;
+    for (Walk walk(entry); walk.joins(*following); following = &lookUp(next(text, end))) {
         character.end = end;
         character.isWhole = false;
+        if (end == text.size()) break;
     }
     // Where marks stand alone, their order may be another one in the form.
     if (entry.combiningClass != 0 && !character.isWhole)
