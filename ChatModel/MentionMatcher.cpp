@@ -211,8 +211,7 @@ struct MentionMatcher::Tree::Walk {
     auto [offset, before, state, next, idle] = walk;
     bool isHeld = false;
     for (; offset < text.size() && idle < patience; ++offset) {
-        const std::uint32_t* const column = steps + kinds[static_cast<std::uint8_t>(text[offset])];
-        next = column[state];
+        next = steps[state + kinds[static_cast<std::uint8_t>(text[offset])]];
         if (next >= firstKey) {
             isHeld = true;
             break;
@@ -287,7 +286,7 @@ private:
         Walk walk{begin};
         while (tree_.goOn(walk, text_)) {
             if (walk.next == notPlain) {
-                node = leavePlain(begin, walk.offset, walk.offset == begin ? walk.state : walk.before);
+                node = walk.offset == begin ? 0 : leavePlain(begin, walk);
                 return false;
             }
             if (isKeysEnd(tree_.nodesOfRows_[walk.next / tree_.kindCount_], walk.offset + 1)) return true;
@@ -299,13 +298,13 @@ private:
         return false;
     }
 
-    /// Goes to the last character in front of the offset, at which a mark on it may stand, so that it is not plain
-    /// either; the node that the search had come to there. Absent for the root, unless that is where it began.
-    std::optional<std::uint32_t> leavePlain(std::size_t begin, std::size_t offset, std::uint32_t state) {
-        offset_ = std::max(begin, offset - 1);
+    /// Goes back to the last character, which may have a mark on it and then is not plain either; the node that the
+    /// search had come to there. Absent for the root, unless that is where it began.
+    std::optional<std::uint32_t> leavePlain(std::size_t begin, const Walk& walk) {
+        offset_ = walk.offset - 1;
         const bool hasMoved = offset_ != begin;
         followsWord_ = hasMoved && isWordAt(offset_ - 1);
-        const std::uint32_t node = tree_.nodesOfRows_[state / tree_.kindCount_];
+        const std::uint32_t node = tree_.nodesOfRows_[walk.before / tree_.kindCount_];
         return node == 0 && hasMoved ? std::nullopt : std::optional(node);
     }
 
