@@ -71,39 +71,38 @@ bool isMentionedByKey(const Post& post, const Context& context, PlainText plainT
 }
 
 /// Why the post does not notify as long as nothing is known of how it was announced.
-std::optional<SkipReason> reasonInPost(const Post& post, const Context& context) {
-    if (post.userID == context.currentUser.id && !post.isFromWebhook()) return SkipReason{ownPost};
-    if (post.isSystemMessage() && !post.tellsOfAddition(context.currentUser.id)) return SkipReason{systemMessage};
-    if (post.isNotificationSuppressed()) return SkipReason{silentNotification};
-    if (!context.member) return SkipReason{noMember};
+std::optional<SkipReason::Case> reasonInPost(const Post& post, const Context& context) {
+    if (post.userID == context.currentUser.id && !post.isFromWebhook()) return ownPost;
+    if (post.isSystemMessage() && !post.tellsOfAddition(context.currentUser.id)) return systemMessage;
+    if (post.isNotificationSuppressed()) return silentNotification;
+    if (!context.member) return noMember;
     return std::nullopt;
 }
 
-std::optional<SkipReason> reasonInSettings(const Post& post, const Event& event, const Context& context,
-                                           bool isThreadReply, PlainText plainText) {
-    if (context.member->isMuted()) return SkipReason{channelMuted};
-    if (context.status == UserStatus::doNotDisturb || context.status == UserStatus::outOfOffice)
-        return SkipReason{userStatus, context.status};
+std::optional<SkipReason::Case> reasonInSettings(const Post& post, const Event& event, const Context& context,
+                                                 bool isThreadReply, PlainText plainText) {
+    if (context.member->isMuted()) return channelMuted;
+    if (context.status == UserStatus::doNotDisturb || context.status == UserStatus::outOfOffice) return userStatus;
     const std::string_view level = desktopLevel(context);
     const std::string& user = context.currentUser.id;
-    if (level == "none") return SkipReason{notifyLevelNone};
+    if (level == "none") return notifyLevelNone;
     if (level == "mention") {
         // In a group the text alone tells; to follow a thread is asked for at no level but "all".
         if (isGroup(context)) {
-            if (!isMentionedByKey(post, context, plainText)) return SkipReason{notExplicitlyMentioned};
+            if (!isMentionedByKey(post, context, plainText)) return notExplicitlyMentioned;
         } else if (!event.mentions.contains(user) && event.channelType != direct) {
-            return SkipReason{notMentioned};
+            return notMentioned;
         }
     }
-    if (isThreadReply && level == "all" && !event.followers.contains(user)) return SkipReason{notFollowingThread};
+    if (isThreadReply && level == "all" && !event.followers.contains(user)) return notFollowingThread;
     return std::nullopt;
 }
 
-std::optional<SkipReason> reasonOnScreen(const Post& post, const Focus& focus, bool isThreadReply) {
+std::optional<SkipReason::Case> reasonOnScreen(const Post& post, const Focus& focus, bool isThreadReply) {
     if (!focus.isAppActive) return std::nullopt;
     // Deliberately the open channel does not count for a reply in a thread.
-    if (isThreadReply) return focus.threadID == post.rootID ? std::optional(SkipReason{threadIsOpen}) : std::nullopt;
-    return focus.channelID == post.channelID ? std::optional(SkipReason{channelIsOpen}) : std::nullopt;
+    if (isThreadReply) return focus.threadID == post.rootID ? std::optional(threadIsOpen) : std::nullopt;
+    return focus.channelID == post.channelID ? std::optional(channelIsOpen) : std::nullopt;
 }
 
 std::string title(const Event& event, const Context& context, const Strings& strings, bool isThreadReply) {
@@ -158,7 +157,7 @@ Decision decide(const Post& post, const Event& event, const Context& context, co
         reason = reasonInSettings(post, event, context, isThreadReply, plainText);
         if (!reason) reason = reasonOnScreen(post, context.focus, isThreadReply);
     }
-    if (reason) return *reason;
+    if (reason) return SkipReason{*reason, reason == userStatus ? std::optional(context.status) : std::nullopt};
     const ChannelMember* const member = pointer(context.member);
     return Notification{.title = title(event, context, strings, isThreadReply),
                         .body = body(post, event, context, strings, plainText),

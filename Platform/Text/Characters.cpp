@@ -278,6 +278,26 @@ std::u32string comparable(std::string_view text, Case sensitivity) {
     return folded;
 }
 
+namespace {
+
+/// The first scalar of the form of a character that starts with marks, of which their order may bring another one to
+/// the front.
+char32_t firstOfMarks(std::string_view text, Case sensitivity) {
+    char32_t first = 0;
+    unsigned lowest = 256;
+    for (std::size_t offset = 0; offset < text.size() && lowest != 0;) {
+        const char32_t scalar = next(text, offset);
+        for (const char32_t mark : formOf(scalar, Case::sensitive)) {
+            const unsigned order = lookUp(mark).combiningClass;
+            if (order != 0 && order < lowest) first = mark;
+            lowest = std::min(lowest, order);
+        }
+    }
+    return formOf(first, sensitivity).front();
+}
+
+}  // namespace
+
 Character characterBeyondASCII(std::string_view text, std::size_t start, Case sensitivity) {
     std::size_t end = start;
     const char32_t scalar = next(text, end);
@@ -293,9 +313,8 @@ Character characterBeyondASCII(std::string_view text, std::size_t start, Case se
         character.isWhole = false;
         if (end == text.size()) break;
     }
-    // Where marks stand alone, their order may be another one in the form.
     if (entry.combiningClass != 0 && !character.isWhole)
-        character.first = comparable(text.substr(start, character.end - start), sensitivity).front();
+        character.first = firstOfMarks(text.substr(start, character.end - start), sensitivity);
     return character;
 }
 

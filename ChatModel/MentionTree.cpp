@@ -1,0 +1,176 @@
+#include "ChatModel/MentionTree.h"
+
+#include <algorithm>
+#include <new>
+#include <utility>
+
+#include "ChatModel/Words.h"
+
+namespace ChatModel::NotificationRules {
+
+namespace {
+
+/// What kinds of bytes there are beside those that the keys are made of.
+enum Kind : std::uint8_t { other, noWord, inWord, firstOfKeys };
+
+/// A larger table would take more memory than it is worth.
+constexpr std::size_t mostSteps = 1U << 20;
+
+/// The case in which the keys' comparable forms are.
+constexpr std::size_t lowered(std::size_t byte, Text::Case sensitivity) {
+    return sensitivity == Text::Case::insensitive && byte >= 'A' && byte <= 'Z' ? byte + ('a' - 'A') : byte;
+}
+
+}  // namespace
+
+MentionTree::MentionTree(Way way, std::vector<std::u32string> keys) : way_(way) {
+    std::sort(keys.begin(), keys.end());
+    keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
+    grow(keys);
+    describeBytes(keys);
+    nameKinds();
+    if ((nodes_.size() + 1) * kindCount_ <= mostSteps) addSteps();
+}
+
+void MentionTree::grow(const std::vector<std::u32string>& keys) {
+    struct Range {
+        std::size_t first;
+        std::size_t end;
+    };
+    nodes_.emplace_back();
+    scalars_ += U'\0';
+    std::vector<Range> ranges = {{0, keys.size()}};  // the keys that start as a node does
+    for (std::uint32_t node = 0; node < nodes_.size(); ++node) {
+        const std::uint32_t depth = nodes_[node].depth;
+        auto [first, end] = ranges[node];
+        if (first < end && keys[first].size() == depth) ++first;  // it ends here
+        nodes_[node].firstChild = static_cast<std::uint32_t>(nodes_.size());
+        for (std::size_t next = first; first < end; first = next) {
+            const char32_t scalar = keys[first][depth];
+            while (next < end && keys[next][depth] == scalar)
+                ++next;
+            const auto made = static_cast<std::uint32_t>(nodes_.size());
+            Node child{.depth = depth + 1};
+            // A node's suffixes are higher up, where all children stand already.
+            for (std::uint32_t suffix = node; suffix != 0 && child.suffix == 0;) {
+                suffix = nodes_[suffix].suffix;
+                child.suffix = this->child(suffix, scalar);
+            }
+            child.key = keys[first].size() == child.depth ? made : nodes_[child.suffix].key;
+            if (node == 0 && scalar < startingWith_.size()) startingWith_[scalar] = made;
+            nodes_.push_back(child);
+            scalars_ += scalar;
+            ranges.push_back({first, next});
+            ++nodes_[node].childCount;
+        }
+    }
+}
+
+std::uint32_t MentionTree::child(std::uint32_t node, char32_t scalar) const {
+    if (node == 0 && scalar < startingWith_.size()) return startingWith_[scalar];
+    const auto [firstChild, childCount, depth, suffix, key] = nodes_[node];
+    if (childCount == 1) return scalars_[firstChild] == scalar ? firstChild : 0;
+    const auto first = scalars_.begin() + firstChild;
+    const auto end = first + childCount;
+    const auto found = std::lower_bound(first, end, scalar);
+    return found != end && *found == scalar ? static_cast<std::uint32_t>(found - scalars_.begin()) : 0;
+}
+
+void MentionTree::describeBytes(const std::vector<std::u32string>& keys) {
+    for (std::size_t i = 0; i < keys.size(); ++i)
+        if (i == 0 || keys[i].front() != keys[i - 1].front()) firstScalars_.insert(keys[i].front());
+    if (way_.asWord) firstScalars_.insertPrepending();
+    for (std::size_t byte = 0; byte < startingWith_.size(); ++byte) {
+        const bool isStart = startingWith_[lowered(byte, way_.sensitivity)] != 0;
+        const bool isWord = isWordByte(static_cast<char>(byte));
+        traits_[byte] = static_cast<std::uint8_t>((isWord ? word : 0) | (isStart ? start : 0) |
+                                                  (isWord && way_.asWord ? leadBehind : startsBehind));
+    }
+    for (std::size_t byte = startingWith_.size(); byte < traits_.size(); ++byte)
+        traits_[byte] = startsBehind | (firstScalars_.mayStartWith(static_cast<char>(byte)) ? lead : 0);
+}
+
+void MentionTree::nameKinds() {
+    // A carriage return may be half of a character.
+    for (std::size_t byte = 0; byte < startingWith_.size(); ++byte)
+        kinds_[byte] = byte == '\r' ? other : (traits_[byte] & word) != 0 ? inWord : noWord;
+    kindCount_ = firstOfKeys;
+    for (std::size_t node = 1; node < nodes_.size(); ++node) {
+        const char32_t scalar = scalars_[node];
+        const bool isNamed = scalar >= startingWith_.size() || kinds_[scalar] == other || kinds_[scalar] >= firstOfKeys;
+        if (!isNamed) kinds_[scalar] = static_cast<std::uint8_t>(kindCount_++);
+    }
+    for (std::size_t byte = 'A'; byte <= 'Z'; ++byte)
+        kinds_[byte] = kinds_[lowered(byte, way_.sensitivity)];
+}
+
+/// The nodes' states.
+std::vector<std::uint32_t> MentionTree::placeStates() {
+    std::vector<std::uint32_t> states(nodes_.size());
+    nodesOfRows_.assign(2, 0);
+    firstNode_ = 2 * kindCount_;
+    for (const bool isKey : {false, true}) {
+        if (isKey) firstKey_ = static_cast<std::uint32_t>(nodesOfRows_.size()) * kindCount_;
+        for (std::uint32_t node = 1; node < nodes_.size(); ++node) {
+            if ((nodes_[node].key != 0) != isKey) continue;
+            states[node] = static_cast<std::uint32_t>(nodesOfRows_.size()) * kindCount_;
+            nodesOfRows_.push_back(node);
+        }
+    }
+    return states;
+}
+
+void MentionTree::addSteps() {
+    const std::vector<std::uint32_t> states = placeStates();
+    const std::uint32_t behindWord = kindCount_;
+    steps_.resize(nodesOfRows_.size() * kindCount_);
+    for (const std::uint32_t state : {0U, behindWord}) {
+        steps_[state + other] = notPlain;
+        for (std::size_t byte = 0; byte < startingWith_.size(); ++byte)
+            if (way_.asWord && (traits_[byte] & word) != 0) steps_[state + kinds_[byte]] = behindWord;
+    }
+    // A node's steps are those of the state that the text would be in if nothing had started where the node has, but
+    // for its own children.
+    std::vector<std::uint32_t> otherwise(nodes_.size());
+    for (std::uint32_t node = 0; node < nodes_.size(); ++node) {
+        const auto steps = steps_.begin() + states[node];
+        if (node != 0) std::copy_n(steps_.begin() + otherwise[node], kindCount_, steps);
+        const std::uint32_t firstChild = nodes_[node].firstChild;
+        for (std::uint32_t child = firstChild; child < firstChild + nodes_[node].childCount; ++child) {
+            // Nodes behind what is not plain are not reached this way.
+            const char32_t scalar = scalars_[child];
+            if (scalar < startingWith_.size() && kinds_[scalar] != other)
+                otherwise[child] = std::exchange(steps[kinds_[scalar]], states[child]);
+        }
+    }
+}
+
+/// All that it takes to do so stands in registers.
+[[gnu::noinline]] bool MentionTree::goOn(Walk& walk, std::string_view text) const {
+    const std::uint32_t* const steps = steps_.data();
+    const std::uint8_t* const kinds = kinds_.data();
+    const std::uint32_t firstNode = firstNode_;
+    const std::uint32_t firstKey = firstKey_;
+    // The more characters keys start with, the sooner one would start again.
+    const std::uint32_t patience = nodes_.front().childCount;
+    auto [offset, before, state, next, idle] = walk;
+    bool isHeld = false;
+    for (; offset < text.size() && idle < patience; ++offset) {
+        // Kept apart from the state by the laundering, or else the compiler adds the two first: the next look-up waits
+        // for the state, and then for the addition too.
+        const std::uint32_t* const column = std::launder(steps + kinds[static_cast<std::uint8_t>(text[offset])]);
+        next = column[state];
+        if (next >= firstKey) {
+            isHeld = true;
+            break;
+        }
+        // Without a branch, whose way nobody could foretell.
+        idle = (idle + 1) * static_cast<unsigned>(next < firstNode);
+        before = state;
+        state = next;
+    }
+    walk = {offset, before, state, next, idle};
+    return isHeld;
+}
+
+}  // namespace ChatModel::NotificationRules
