@@ -5,6 +5,7 @@
 #include "Foundation/JSONCoding.h"
 #include "Foundation/StandardStreams.h"
 #include "Foundation/UTF8.h"
+#include "Text/WhiteSpace.h"
 #include "tessel/ExitStatus.h"
 
 namespace tessel {
@@ -44,7 +45,7 @@ int runModel(const Operation& operation) {
     bool good = true;
     Foundation::StandardInput input;
     while (const auto line = input.next())
-        if (line->text.find_first_not_of(" \t\r") != std::string::npos)
+        if (!Text::trimmed(line->text).empty())
             Foundation::writeToStandardOutput(answer(operation, line->text, good) + '\n');
     return good ? done : notFoundOrBadInput;
 }
@@ -79,13 +80,11 @@ Foundation::URL Members::url(const std::string& key) const {
 }
 
 std::optional<std::string> Members::optionalText(const std::string& key) const {
-    if (!has(key)) return std::nullopt;
-    return text(key);
+    return optionallyDecoded(key, Foundation::decodeJSON<std::string>);
 }
 
 std::optional<std::int64_t> Members::optionalInteger(const std::string& key) const {
-    if (!has(key)) return std::nullopt;
-    return decoded(key, Foundation::decodeJSON<std::int64_t>);
+    return optionallyDecoded(key, Foundation::decodeJSON<std::int64_t>);
 }
 
 std::optional<std::string> spelling(const std::optional<Foundation::URL>& url) {

@@ -58,7 +58,13 @@ public:
         }
     }
 
-    /// A member that may be missing or null.
+    /// A member that may be missing or null, through such a function.
+    template <class Decode>
+    auto optionallyDecoded(const std::string& key, Decode decode) const {
+        using Value = decltype(decode(std::string_view()));
+        return has(key) ? std::optional<Value>(decoded(key, decode)) : std::nullopt;
+    }
+
     std::optional<std::string> optionalText(const std::string& key) const;
     std::optional<std::int64_t> optionalInteger(const std::string& key) const;
     bool has(const std::string& key) const;

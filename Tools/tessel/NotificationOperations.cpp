@@ -92,7 +92,7 @@ namespace {
 void decide(JSONReader& reader, JSONWriter& writer) {
     const Members members(reader);
     const auto post = members.decoded("post", ChatModel::ServerJSON<ChatModel::Post>::decode);
-    const auto event = members.has("event") ? members.decoded("event", Foundation::decodeJSON<Event>) : Event();
+    const auto event = members.optionallyDecoded("event", Foundation::decodeJSON<Event>).value_or(Event());
     const auto context = members.decoded("context", Foundation::decodeJSON<Context>);
     const auto asItStands = [](std::string_view markup) { return std::string(markup); };
     const Decision decision = ChatModel::NotificationRules::decide(post, event, context, Strings(), asItStands);
@@ -120,11 +120,8 @@ void mentionMatches(JSONReader& reader, JSONWriter& writer) {
 
 void desktopSound(JSONReader& reader, JSONWriter& writer) {
     const Members members(reader);
-    const auto entity = [&]<class Entity>(const char* key, std::optional<Entity> absent) -> std::optional<Entity> {
-        return members.has(key) ? members.decoded(key, ChatModel::ServerJSON<Entity>::decode) : absent;
-    };
-    const auto member = entity("member", std::optional<ChatModel::ChannelMember>());
-    const auto user = entity("user", std::optional<ChatModel::User>());
+    const auto member = members.optionallyDecoded("member", ChatModel::ServerJSON<ChatModel::ChannelMember>::decode);
+    const auto user = members.optionallyDecoded("user", ChatModel::ServerJSON<ChatModel::User>::decode);
     writer.beginObject();
     writer.key("enabled").value(isDesktopSoundEnabled(member ? &*member : nullptr, user ? &*user : nullptr));
     writer.key("sound").value(desktopNotificationSound(member ? &*member : nullptr, user ? &*user : nullptr));

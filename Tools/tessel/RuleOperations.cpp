@@ -93,10 +93,10 @@ void systemEvent(JSONReader& reader, JSONWriter& writer) {
 
 void nameFormat(JSONReader& reader, JSONWriter& writer) {
     const Members members(reader);
-    const auto format =
-        ChatModel::nameFormat(members.text("serverSetting"), members.decoded("locked", Foundation::decodeJSON<bool>),
-                              members.decoded("preferences", ServerJSON<Preference>::decodeList));
-    writer.value(Foundation::wireName(format));
+    const std::string serverSetting = members.text("serverSetting");
+    const bool locked = members.decoded("locked", Foundation::decodeJSON<bool>);
+    const auto preferences = members.decoded("preferences", ServerJSON<Preference>::decodeList);
+    writer.value(Foundation::wireName(ChatModel::nameFormat(serverSetting, locked, preferences)));
 }
 
 void displayName(JSONReader& reader, JSONWriter& writer) {
@@ -107,8 +107,9 @@ void displayName(JSONReader& reader, JSONWriter& writer) {
 
 void collapsedThreads(JSONReader& reader, JSONWriter& writer) {
     const Members members(reader);
-    writer.value(Preference::collapsedThreadsEnabled(
-        members.optionalText("serverSetting"), members.decoded("preferences", ServerJSON<Preference>::decodeList)));
+    const auto serverSetting = members.optionalText("serverSetting");
+    const auto preferences = members.decoded("preferences", ServerJSON<Preference>::decodeList);
+    writer.value(Preference::collapsedThreadsEnabled(serverSetting, preferences));
 }
 
 void channelTitle(JSONReader& reader, JSONWriter& writer) {

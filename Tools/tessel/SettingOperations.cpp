@@ -43,10 +43,11 @@ void edit(JSONReader& edits, ChannelNotificationSettings& settings) {
 
 void channelSettings(JSONReader& reader, JSONWriter& writer) {
     const Members members(reader);
-    const ChannelNotificationSettings read(members.decoded("member", ServerJSON<ChannelMember>::decode),
-                                           members.decoded("userNotifyProps", Foundation::decodeJSON<NotifyProps>));
+    const auto member = members.decoded("member", ServerJSON<ChannelMember>::decode);
+    const auto userProps = members.optionallyDecoded("userNotifyProps", Foundation::decodeJSON<NotifyProps>);
+    const ChannelNotificationSettings read(member, userProps.value_or(NotifyProps()));
     auto settings = read;
-    members.read("edits", [&](JSONReader& edits) { edit(edits, settings); });
+    if (members.has("edits")) members.read("edits", [&](JSONReader& edits) { edit(edits, settings); });
     writer.beginObject().key("settings").beginObject();
     ByType::encode(writer.key("desktop"), settings.desktop);
     ByType::encode(writer.key("push"), settings.push);
