@@ -20,32 +20,41 @@ constexpr std::pair<char32_t, char32_t> wordlessBlocks[] = {
 /// No character of a key is longer, in bytes: accents beyond counting take long to put in order.
 constexpr std::size_t longestCharacter = 1024;
 
-bool isWordless(char32_t scalar) {
-    return std::any_of(std::begin(wordlessBlocks), std::end(wordlessBlocks),
-                       [&](const auto& block) { return block.first <= scalar && scalar <= block.second; });
-}
-
-/// A key as it is looked for.
-struct ComparableKey {
-    std::u32string form;      ///< empty where no text can hold the key
-    bool isWordless = false;  ///< whether it has characters of the scripts above
-};
-
-ComparableKey comparableKey(std::string_view key, Text::Case sensitivity) {
-    ComparableKey made;
+/// Calls `take(bytes, character)` for each character of a key; false where no text can hold the key.
+template <class Take>
+bool forEachCharacter(std::string_view key, Text::Case sensitivity, Take take) {
     for (std::size_t offset = 0; offset < key.size();) {
         const Text::Character character = Text::characterAt(key, offset, sensitivity);
         const auto bytes = key.substr(offset, character.end - offset);
-        if (bytes.size() > longestCharacter) return {};
-        const std::u32string cased = Text::comparable(bytes, Text::Case::sensitive);
-        made.isWordless = made.isWordless || std::any_of(cased.begin(), cased.end(), isWordless);
-        if (character.isWhole)
-            made.form += character.first;
-        else
-            made.form += Text::comparable(bytes, sensitivity);
+        if (bytes.size() > longestCharacter) return false;
+        take(bytes, character);
         offset = character.end;
     }
-    return made;
+    return true;
+}
+
+bool isWordless(std::string_view key) {
+    bool isFound = false;
+    forEachCharacter(key, Text::Case::sensitive, [&](std::string_view bytes, const Text::Character&) {
+        const std::u32string scalars = Text::comparable(bytes, Text::Case::sensitive);
+        for (const auto& [first, last] : wordlessBlocks)
+            for (const char32_t scalar : scalars)
+                isFound = isFound || (first <= scalar && scalar <= last);
+    });
+    return isFound;
+}
+
+/// The key's comparable form; empty where no text can hold the key.
+std::u32string comparableKey(std::string_view key, Text::Case sensitivity) {
+    std::u32string form;
+    const bool isHeld =
+        forEachCharacter(key, sensitivity, [&](std::string_view bytes, const Text::Character& character) {
+            if (character.isWhole)
+                form += character.first;
+            else
+                form += Text::comparable(bytes, sensitivity);
+        });
+    return isHeld ? form : std::u32string();
 }
 
 /// One pass over a text. From each place where a key may start on it keeps the deepest node whose scalars end here and
@@ -54,6 +63,7 @@ class Search {
 public:
     Search(const MentionTree& tree, std::string_view text) : tree_(tree), text_(text), words_(text) {}
 
+    /// Whether any key appears that is not doubtful.
     bool matches() {
         while (goToStart()) {
             std::optional<std::uint32_t> node = 0;
@@ -62,6 +72,9 @@ public:
         }
         return false;
     }
+
+    /// Whether a doubtful key has been met; that ends no search.
+    bool hasDoubts() const { return hasDoubts_; }
 
 private:
     bool mayStart() const { return !tree_.way().asWord || !followsWord_; }
@@ -138,10 +151,7 @@ private:
         if (offset < text_.size() && !Text::isASCII(text_[offset])) return false;  // the character may not
         offset_ = offset;
         followsWord_ = isWordAt(offset - 1);
-        if (tree_.way().asWord && !isWordsEnd()) return false;
-        for (std::uint32_t key = tree_.node(node).key; key != 0; key = tree_.node(tree_.node(key).suffix).key)
-            if (key == node || !tree_.way().asWord || !isWordAt(offset - tree_.node(key).depth - 1)) return true;
-        return false;
+        return endsKey(node, [&](std::uint32_t depth) { return !tree_.way().asWord || !isWordAt(offset - depth - 1); });
     }
 
     /// Follows what has come to the node, and what starts here, until nothing has started any more; true where a key
@@ -156,7 +166,8 @@ private:
             if (!facts.isWhole && node != 0) node = takeRest(node, character);
             offset_ = facts.end;
             followsWord_ = character.size() == 1 && isWordByte(character.front());
-            if (tree_.node(node).key != 0 && endsKey(node)) return true;
+            if (tree_.node(node).key != 0 && endsKey(node, [&](std::uint32_t depth) { return hasStarted(depth); }))
+                return true;
         } while (node != 0 && offset_ < text_.size());
         return false;
     }
@@ -185,22 +196,24 @@ private:
         while (node != 0 && (found = tree_.child(node, scalar)) == 0)
             do
                 node = tree_.node(node).suffix;
-            while (node != 0 && !hasStarted(node));
+            while (node != 0 && !hasStarted(tree_.node(node).depth));
         if (node == 0 && mayStartHere) found = tree_.child(0, scalar);
         remember(mayStartHere);
         return found;
     }
 
-    /// Whether the last scalars, as many as the node is deep, began where a key may start.
-    bool hasStarted(std::uint32_t node) const {
-        return starts_[(taken_ - tree_.node(node).depth) & (starts_.size() - 1)];
-    }
+    /// Whether the last scalars, as many as that, began where a key may start.
+    bool hasStarted(std::uint32_t depth) const { return starts_[(taken_ - depth) & (starts_.size() - 1)]; }
 
-    /// Whether a key that may end here has ended, at the node or at a suffix of it.
-    bool endsKey(std::uint32_t node) {
+    /// Whether a key that may end here has ended, at the node or at a suffix of it that `hasStarted(depth)`.
+    template <class HasStarted>
+    bool endsKey(std::uint32_t node, HasStarted hasStarted) {
         if (tree_.way().asWord && !isWordsEnd()) return false;
-        for (std::uint32_t key = tree_.node(node).key; key != 0; key = tree_.node(tree_.node(key).suffix).key)
-            if (key == node || hasStarted(key)) return true;
+        for (std::uint32_t key = tree_.node(node).key; key != 0; key = tree_.node(tree_.node(key).suffix).key) {
+            if (key != node && !hasStarted(tree_.node(key).depth)) continue;
+            if (!tree_.node(key).isDoubtful) return true;
+            hasDoubts_ = true;
+        }
         return false;
     }
 
@@ -220,30 +233,45 @@ private:
     bool followsWord_ = false;  ///< whether a word character ends at the offset
     std::vector<char> starts_;  ///< of the last scalars, round and round: whether a key may start with each
     std::size_t taken_ = 0;     ///< scalars, all together
+    bool hasDoubts_ = false;
 };
 
 }  // namespace
 
-MentionMatcher::MentionMatcher(const std::vector<MentionKey>& keys) {
-    // The first of each pair are the keys that are looked for as words.
-    std::array<std::array<std::vector<std::u32string>, 2>, 2> forms;
-    for (const auto& [key, caseSensitive] : keys) {
-        auto made = comparableKey(key, caseSensitive ? Text::Case::sensitive : Text::Case::insensitive);
-        if (!made.form.empty()) forms[caseSensitive][made.isWordless].push_back(std::move(made.form));
+/// The keys that are looked for in one way, whether case counts aside.
+struct MentionMatcher::Group {
+    MentionTree tree;                  ///< of all of them, as if case did not count
+    std::optional<MentionTree> cased;  ///< of those in which it does, for texts that may hold one
+
+    bool matches(std::string_view text) const {
+        Search search(tree, text);
+        return search.matches() || (search.hasDoubts() && Search(*cased, text).matches());
     }
-    std::vector<MentionTree> trees;
-    for (const bool caseSensitive : {false, true})
-        for (const bool isWordless : {false, true})
-            if (auto& group = forms[caseSensitive][isWordless]; !group.empty())
-                trees.emplace_back(
-                    MentionTree::Way{caseSensitive ? Text::Case::sensitive : Text::Case::insensitive, !isWordless},
-                    std::move(group));
-    trees_ = std::make_shared<const std::vector<MentionTree>>(std::move(trees));
+};
+
+MentionMatcher::MentionMatcher(const std::vector<MentionKey>& keys) {
+    using Text::Case;
+    std::vector<Group> groups;
+    for (const bool asWord : {true, false}) {
+        std::vector<MentionTree::Key> all;
+        std::vector<MentionTree::Key> cased;
+        for (const auto& [key, caseSensitive] : keys) {
+            if (isWordless(key) == asWord) continue;
+            auto form = comparableKey(key, Case::insensitive);
+            if (form.empty()) continue;
+            all.push_back({std::move(form), caseSensitive});
+            if (caseSensitive) cased.push_back({comparableKey(key, Case::sensitive), false});
+        }
+        if (all.empty()) continue;
+        auto& group =
+            groups.emplace_back(Group{MentionTree({Case::insensitive, asWord}, std::move(all)), std::nullopt});
+        if (!cased.empty()) group.cased.emplace(MentionTree::Way{Case::sensitive, asWord}, std::move(cased));
+    }
+    groups_ = std::make_shared<const std::vector<Group>>(std::move(groups));
 }
 
 bool MentionMatcher::matches(std::string_view text) const {
-    return std::any_of(trees_->begin(), trees_->end(),
-                       [&](const MentionTree& tree) { return Search(tree, text).matches(); });
+    return std::any_of(groups_->begin(), groups_->end(), [&](const Group& group) { return group.matches(text); });
 }
 
 }  // namespace ChatModel::NotificationRules

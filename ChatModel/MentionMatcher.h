@@ -8,8 +8,6 @@
 
 namespace ChatModel::NotificationRules {
 
-class MentionTree;
-
 /// Mention keys made ready to be looked for in texts, all of them in one pass that takes time in proportion to the
 /// text, whatever it holds.
 ///
@@ -29,7 +27,9 @@ public:
     bool matches(std::string_view text) const;
 
 private:
-    std::shared_ptr<const std::vector<MentionTree>> trees_;
+    struct Group;
+
+    std::shared_ptr<const std::vector<Group>> groups_;
 };
 
 }  // namespace ChatModel::NotificationRules

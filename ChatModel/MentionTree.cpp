@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <new>
+#include <tuple>
 #include <utility>
 
 #include "ChatModel/Words.h"
@@ -23,16 +24,19 @@ constexpr std::size_t lowered(std::size_t byte, Text::Case sensitivity) {
 
 }  // namespace
 
-MentionTree::MentionTree(Way way, std::vector<std::u32string> keys) : way_(way) {
-    std::sort(keys.begin(), keys.end());
-    keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
+MentionTree::MentionTree(Way way, std::vector<Key> keys) : way_(way) {
+    // Of the same forms one that is not doubtful comes first, and stays.
+    const auto place = [](const Key& key) { return std::tie(key.form, key.isDoubtful); };
+    std::sort(keys.begin(), keys.end(), [&](const Key& one, const Key& other) { return place(one) < place(other); });
+    const auto isSame = [](const Key& one, const Key& other) { return one.form == other.form; };
+    keys.erase(std::unique(keys.begin(), keys.end(), isSame), keys.end());
     grow(keys);
     describeBytes(keys);
     nameKinds();
     if ((nodes_.size() + 1) * kindCount_ <= mostSteps) addSteps();
 }
 
-void MentionTree::grow(const std::vector<std::u32string>& keys) {
+void MentionTree::grow(const std::vector<Key>& keys) {
     struct Range {
         std::size_t first;
         std::size_t end;
@@ -43,11 +47,11 @@ void MentionTree::grow(const std::vector<std::u32string>& keys) {
     for (std::uint32_t node = 0; node < nodes_.size(); ++node) {
         const std::uint32_t depth = nodes_[node].depth;
         auto [first, end] = ranges[node];
-        if (first < end && keys[first].size() == depth) ++first;  // it ends here
+        if (first < end && keys[first].form.size() == depth) ++first;  // it ends here
         nodes_[node].firstChild = static_cast<std::uint32_t>(nodes_.size());
         for (std::size_t next = first; first < end; first = next) {
-            const char32_t scalar = keys[first][depth];
-            while (next < end && keys[next][depth] == scalar)
+            const char32_t scalar = keys[first].form[depth];
+            while (next < end && keys[next].form[depth] == scalar)
                 ++next;
             const auto made = static_cast<std::uint32_t>(nodes_.size());
             Node child{.depth = depth + 1};
@@ -56,7 +60,9 @@ void MentionTree::grow(const std::vector<std::u32string>& keys) {
                 suffix = nodes_[suffix].suffix;
                 child.suffix = this->child(suffix, scalar);
             }
-            child.key = keys[first].size() == child.depth ? made : nodes_[child.suffix].key;
+            const bool isKey = keys[first].form.size() == child.depth;
+            child.key = isKey ? made : nodes_[child.suffix].key;
+            child.isDoubtful = isKey && keys[first].isDoubtful;
             if (node == 0 && scalar < startingWith_.size()) startingWith_[scalar] = made;
             nodes_.push_back(child);
             scalars_ += scalar;
@@ -68,17 +74,17 @@ void MentionTree::grow(const std::vector<std::u32string>& keys) {
 
 std::uint32_t MentionTree::child(std::uint32_t node, char32_t scalar) const {
     if (node == 0 && scalar < startingWith_.size()) return startingWith_[scalar];
-    const auto [firstChild, childCount, depth, suffix, key] = nodes_[node];
-    if (childCount == 1) return scalars_[firstChild] == scalar ? firstChild : 0;
+    const std::uint32_t firstChild = nodes_[node].firstChild;
+    if (nodes_[node].childCount == 1) return scalars_[firstChild] == scalar ? firstChild : 0;
     const auto first = scalars_.begin() + firstChild;
-    const auto end = first + childCount;
+    const auto end = first + nodes_[node].childCount;
     const auto found = std::lower_bound(first, end, scalar);
     return found != end && *found == scalar ? static_cast<std::uint32_t>(found - scalars_.begin()) : 0;
 }
 
-void MentionTree::describeBytes(const std::vector<std::u32string>& keys) {
+void MentionTree::describeBytes(const std::vector<Key>& keys) {
     for (std::size_t i = 0; i < keys.size(); ++i)
-        if (i == 0 || keys[i].front() != keys[i - 1].front()) firstScalars_.insert(keys[i].front());
+        if (i == 0 || keys[i].form.front() != keys[i - 1].form.front()) firstScalars_.insert(keys[i].form.front());
     if (way_.asWord) firstScalars_.insertPrepending();
     for (std::size_t byte = 0; byte < startingWith_.size(); ++byte) {
         const bool isStart = startingWith_[lowered(byte, way_.sensitivity)] != 0;

@@ -32,6 +32,12 @@ public:
         leadBehind = lead << 4
     };
 
+    /// A key as it is looked for.
+    struct Key {
+        std::u32string form;  ///< comparable, by the way's case, and not empty
+        bool isDoubtful;      ///< whether an appearance of the form is not yet one of the key
+    };
+
     /// A node, by its number; the root is 0.
     struct Node {
         std::uint32_t firstChild = 0;
@@ -39,6 +45,7 @@ public:
         std::uint32_t depth = 0;   ///< in scalars
         std::uint32_t suffix = 0;  ///< the deepest other node whose scalars this one's end with
         std::uint32_t key = 0;     ///< the deepest node that ends a key, of this one and its suffixes; 0 for none
+        bool isDoubtful = false;   ///< whether what ends here is a doubtful key
     };
 
     /// Where a search in plain ASCII is. Its states are the nodes, and one behind a word, where no key may start.
@@ -60,8 +67,7 @@ public:
     /// `Walk::next` at what is no character of plain ASCII.
     static constexpr std::uint32_t notPlain = 0xFFFFFFFF;
 
-    /// The keys are in their comparable form, none of them empty.
-    MentionTree(Way way, std::vector<std::u32string> keys);
+    MentionTree(Way way, std::vector<Key> keys);
 
     Way way() const { return way_; }
     const Node& node(std::uint32_t number) const { return nodes_[number]; }
@@ -84,8 +90,8 @@ public:
     std::uint32_t nodeOf(std::uint32_t state) const { return nodesOfRows_[state / kindCount_]; }
 
 private:
-    void grow(const std::vector<std::u32string>& keys);
-    void describeBytes(const std::vector<std::u32string>& keys);
+    void grow(const std::vector<Key>& keys);
+    void describeBytes(const std::vector<Key>& keys);
     void nameKinds();
     std::vector<std::uint32_t> placeStates();
     void addSteps();

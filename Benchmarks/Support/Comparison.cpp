@@ -52,7 +52,7 @@ int compare(int argc, char** argv, const std::vector<Comparison>& comparisons) {
     std::set<std::string> added;
     for (const auto& comparison : comparisons) {
         if (added.insert(comparison.what).second) add(comparison.what, comparison.operation);
-        if (added.insert(comparison.peerName).second) add(comparison.peerName, comparison.peer);
+        if (comparison.peer && added.insert(comparison.peerName).second) add(comparison.peerName, comparison.peer);
     }
     Collector collector;
     benchmark::RunSpecifiedBenchmarks(&collector);
@@ -61,13 +61,13 @@ int compare(int argc, char** argv, const std::vector<Comparison>& comparisons) {
     for (const auto& comparison : comparisons) {
         const auto& times = collector.times[comparison.what];
         const auto& peerTimes = collector.times[comparison.peerName];
-        if (times.empty() || peerTimes.empty()) {
+        if (times.empty() || (comparison.peer && peerTimes.empty())) {
             std::cerr << "not measured: " << comparison.what << ", beside " << comparison.peerName << '\n';
             status = 1;
             continue;
         }
-        Figures::print({comparison.what, Figures::median(times), comparison.peerName, Figures::median(peerTimes), "µs",
-                        comparison.atMost});
+        const double beside = comparison.peer ? Figures::median(peerTimes) : comparison.limitInMicroseconds;
+        Figures::print({comparison.what, Figures::median(times), comparison.peerName, beside, "µs", comparison.atMost});
     }
     return status;
 }

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <benchmark/benchmark.h>
@@ -16,6 +17,13 @@ struct Comparison {
     std::string peerName;
     Operation peer;
     double atMost;  ///< what operation : peer is to reach
+
+    /// An operation that is to take no longer than this.
+    static Comparison limit(std::string what, Operation operation, double microseconds) {
+        return {std::move(what), std::move(operation), "limit", {}, 1.0, microseconds};
+    }
+
+    double limitInMicroseconds = 0;  ///< where there is no peer
 };
 
 /// A benchmark program: runs each operation and its peer many times over, in an order that chance decides, so that a
