@@ -36,6 +36,7 @@ bool forEachCharacter(std::string_view key, Text::Case sensitivity, Take take) {
 bool isWordless(std::string_view key) {
     bool isFound = false;
     forEachCharacter(key, Text::Case::sensitive, [&](std::string_view bytes, const Text::Character&) {
+        if (bytes.size() == 1) return;
         const std::u32string scalars = Text::comparable(bytes, Text::Case::sensitive);
         for (const auto& [first, last] : wordlessBlocks)
             for (const char32_t scalar : scalars)
@@ -85,10 +86,11 @@ private:
     bool goToStart() {
         for (; passOver(); followsWord_ = false) {
             if (mayStart() && words_.characters().contain(offset_)) return true;
+            const bool mayBind = (traitsAt(offset_) & MentionTree::prepending) != 0;
             passOverScalar();
             // Bound to what stands in front of it, ASCII is part of no word.
-            const bool isBound =
-                offset_ < text_.size() && Text::isASCII(text_[offset_]) && !words_.characters().contain(offset_);
+            const bool isBound = mayBind && offset_ < text_.size() && Text::isASCII(text_[offset_]) &&
+                                 !words_.characters().contain(offset_);
             if (isBound) passOverScalar();
         }
         return false;
@@ -96,13 +98,13 @@ private:
 
     /// Goes on to the next byte that cannot be passed over by its traits; false at the text's end.
     bool passOver() {
-        unsigned wanted = mayStart() ? MentionTree::starts : MentionTree::lead;
+        unsigned wanted = mayStart() ? MentionTree::starts : MentionTree::prepending;
         std::size_t offset = offset_;
         for (; offset < text_.size(); ++offset) {
             const unsigned traits = traitsAt(offset);
             const unsigned found = traits & wanted;
             if (found == MentionTree::start || (found != 0 && tree_.firstScalars().mayStartAt(text_, offset))) break;
-            wanted = traits >> 4;
+            wanted = traits >> MentionTree::behind;
         }
         if (offset != offset_) followsWord_ = isWordAt(offset - 1);
         offset_ = offset;
@@ -236,42 +238,60 @@ private:
     bool hasDoubts_ = false;
 };
 
-}  // namespace
-
 /// The keys that are looked for in one way, whether case counts aside.
-struct MentionMatcher::Group {
-    MentionTree tree;                  ///< of all of them, as if case did not count
-    std::optional<MentionTree> cased;  ///< of those in which it does, for texts that may hold one
+struct Keys {
+    std::vector<MentionTree::Key> all;    ///< as if case did not count
+    std::vector<MentionTree::Key> cased;  ///< those in which it does, for texts that may hold one
 
-    bool matches(std::string_view text) const {
-        Search search(tree, text);
-        return search.matches() || (search.hasDoubts() && Search(*cased, text).matches());
+    Keys(const std::vector<MentionKey>& keys, bool asWord) {
+        for (const auto& [key, caseSensitive] : keys) {
+            if (isWordless(key) == asWord) continue;
+            auto form = comparableKey(key, Text::Case::insensitive);
+            if (form.empty()) continue;
+            all.push_back({std::move(form), caseSensitive});
+            if (caseSensitive) cased.push_back({comparableKey(key, Text::Case::sensitive), false});
+        }
     }
 };
 
+}  // namespace
+
+struct MentionMatcher::Group {
+    MentionTree tree;
+    std::optional<MentionTree> cased;
+};
+
 MentionMatcher::MentionMatcher(const std::vector<MentionKey>& keys) {
-    using Text::Case;
     std::vector<Group> groups;
     for (const bool asWord : {true, false}) {
-        std::vector<MentionTree::Key> all;
-        std::vector<MentionTree::Key> cased;
-        for (const auto& [key, caseSensitive] : keys) {
-            if (isWordless(key) == asWord) continue;
-            auto form = comparableKey(key, Case::insensitive);
-            if (form.empty()) continue;
-            all.push_back({std::move(form), caseSensitive});
-            if (caseSensitive) cased.push_back({comparableKey(key, Case::sensitive), false});
-        }
-        if (all.empty()) continue;
-        auto& group =
-            groups.emplace_back(Group{MentionTree({Case::insensitive, asWord}, std::move(all)), std::nullopt});
-        if (!cased.empty()) group.cased.emplace(MentionTree::Way{Case::sensitive, asWord}, std::move(cased));
+        Keys group(keys, asWord);
+        if (group.all.empty()) continue;
+        groups.push_back({MentionTree({Text::Case::insensitive, asWord}, std::move(group.all), true), std::nullopt});
+        if (group.cased.empty()) continue;
+        groups.back().cased.emplace(MentionTree::Way{Text::Case::sensitive, asWord}, std::move(group.cased), true);
     }
     groups_ = std::make_shared<const std::vector<Group>>(std::move(groups));
 }
 
 bool MentionMatcher::matches(std::string_view text) const {
-    return std::any_of(groups_->begin(), groups_->end(), [&](const Group& group) { return group.matches(text); });
+    return std::any_of(groups_->begin(), groups_->end(), [&](const Group& group) {
+        Search search(group.tree, text);
+        return search.matches() || (search.hasDoubts() && Search(*group.cased, text).matches());
+    });
+}
+
+bool mentionsAny(const std::vector<MentionKey>& keys, std::string_view text) {
+    for (const bool asWord : {true, false}) {
+        Keys group(keys, asWord);
+        if (group.all.empty()) continue;
+        const MentionTree tree({Text::Case::insensitive, asWord}, std::move(group.all), false);
+        Search search(tree, text);
+        if (search.matches()) return true;
+        if (!search.hasDoubts()) continue;
+        const MentionTree cased({Text::Case::sensitive, asWord}, std::move(group.cased), false);
+        if (Search(cased, text).matches()) return true;
+    }
+    return false;
 }
 
 }  // namespace ChatModel::NotificationRules

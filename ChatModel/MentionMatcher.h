@@ -32,4 +32,7 @@ private:
     std::shared_ptr<const std::vector<Group>> groups_;
 };
 
+/// The same for one short text, for which it is not worth to make the keys ready.
+bool mentionsAny(const std::vector<MentionKey>& keys, std::string_view text);
+
 }  // namespace ChatModel::NotificationRules

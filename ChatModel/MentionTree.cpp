@@ -22,16 +22,30 @@ constexpr std::size_t lowered(std::size_t byte, Text::Case sensitivity) {
     return sensitivity == Text::Case::insensitive && byte >= 'A' && byte <= 'Z' ? byte + ('a' - 'A') : byte;
 }
 
+/// What is known of bytes whatever the keys are.
+template <bool asWord>
+constexpr std::array<std::uint8_t, 256> traitsOfText = [] {
+    std::array<std::uint8_t, 256> traits{};
+    for (std::size_t byte = 0; byte < traits.size(); ++byte) {
+        const bool isWord = isWordByte(static_cast<char>(byte));
+        traits[byte] =
+            static_cast<std::uint8_t>((isWord ? MentionTree::word : 0) |
+                                      (isWord && asWord ? MentionTree::noneBehind : MentionTree::startsBehind));
+    }
+    return traits;
+}();
+
 }  // namespace
 
-MentionTree::MentionTree(Way way, std::vector<Key> keys) : way_(way) {
+MentionTree::MentionTree(Way way, std::vector<Key> keys, bool hasTable) : way_(way) {
     // Of the same forms one that is not doubtful comes first, and stays.
     const auto place = [](const Key& key) { return std::tie(key.form, key.isDoubtful); };
     std::sort(keys.begin(), keys.end(), [&](const Key& one, const Key& other) { return place(one) < place(other); });
     const auto isSame = [](const Key& one, const Key& other) { return one.form == other.form; };
     keys.erase(std::unique(keys.begin(), keys.end(), isSame), keys.end());
     grow(keys);
-    describeBytes(keys);
+    describeBytes();
+    if (!hasTable) return;
     nameKinds();
     if ((nodes_.size() + 1) * kindCount_ <= mostSteps) addSteps();
 }
@@ -82,18 +96,22 @@ std::uint32_t MentionTree::child(std::uint32_t node, char32_t scalar) const {
     return found != end && *found == scalar ? static_cast<std::uint32_t>(found - scalars_.begin()) : 0;
 }
 
-void MentionTree::describeBytes(const std::vector<Key>& keys) {
-    for (std::size_t i = 0; i < keys.size(); ++i)
-        if (i == 0 || keys[i].form.front() != keys[i - 1].form.front()) firstScalars_.insert(keys[i].form.front());
-    if (way_.asWord) firstScalars_.insertPrepending();
-    for (std::size_t byte = 0; byte < startingWith_.size(); ++byte) {
-        const bool isStart = startingWith_[lowered(byte, way_.sensitivity)] != 0;
-        const bool isWord = isWordByte(static_cast<char>(byte));
-        traits_[byte] = static_cast<std::uint8_t>((isWord ? word : 0) | (isStart ? start : 0) |
-                                                  (isWord && way_.asWord ? leadBehind : startsBehind));
+void MentionTree::describeBytes() {
+    traits_ = way_.asWord ? traitsOfText<true> : traitsOfText<false>;
+    for (std::uint32_t child = 1; child <= nodes_.front().childCount; ++child) {
+        const char32_t scalar = scalars_[child];
+        firstScalars_.insert(scalar);
+        if (scalar >= startingWith_.size()) continue;
+        traits_[scalar] |= start;
+        const bool hasCapital = way_.sensitivity == Text::Case::insensitive && scalar >= 'a' && scalar <= 'z';
+        if (hasCapital) traits_[scalar - ('a' - 'A')] |= start;
     }
-    for (std::size_t byte = startingWith_.size(); byte < traits_.size(); ++byte)
-        traits_[byte] = startsBehind | (firstScalars_.mayStartWith(static_cast<char>(byte)) ? lead : 0);
+    const Text::FirstScalars& prepended = Text::FirstScalars::prepending();
+    if (way_.asWord) firstScalars_.insert(prepended);
+    for (std::size_t byte = startingWith_.size(); byte < traits_.size(); ++byte) {
+        if (firstScalars_.mayStartWith(static_cast<char>(byte))) traits_[byte] |= lead;
+        if (way_.asWord && prepended.mayStartWith(static_cast<char>(byte))) traits_[byte] |= prepending;
+    }
 }
 
 void MentionTree::nameKinds() {

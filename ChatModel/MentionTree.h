@@ -24,12 +24,16 @@ public:
 
     /// What is known of a byte, to pass over what no key starts with.
     enum Trait : std::uint8_t {
-        word = 1,   ///< is a word character
-        start = 2,  ///< a key may start with it
-        lead = 4,   ///< beyond ASCII, and a character may start with it that is to be looked at
-        starts = start | lead,
-        startsBehind = starts << 4,  ///< which of these are to be looked at behind it
-        leadBehind = lead << 4
+        word = 1,        ///< is a word character
+        start = 2,       ///< of ASCII, and a key may start with it
+        lead = 4,        ///< beyond ASCII, and a character may start with it with which a key may start
+        prepending = 8,  ///< beyond ASCII, and a scalar may start with it that joins what follows
+
+        // What is to be looked at in front of a key, and the same, shifted by `behind`, as what is behind a byte.
+        starts = start | lead | prepending,
+        behind = 4,
+        startsBehind = starts << behind,
+        noneBehind = prepending << behind
     };
 
     /// A key as it is looked for.
@@ -67,7 +71,8 @@ public:
     /// `Walk::next` at what is no character of plain ASCII.
     static constexpr std::uint32_t notPlain = 0xFFFFFFFF;
 
-    MentionTree(Way way, std::vector<Key> keys);
+    /// Without a table it is made sooner, and slower.
+    MentionTree(Way way, std::vector<Key> keys, bool hasTable);
 
     Way way() const { return way_; }
     const Node& node(std::uint32_t number) const { return nodes_[number]; }
@@ -79,7 +84,7 @@ public:
     std::uint8_t traits(char byte) const { return traits_[static_cast<std::uint8_t>(byte)]; }
     const Text::FirstScalars& firstScalars() const { return firstScalars_; }
 
-    /// Whether there is a table for plain ASCII, where each byte is one look-up. A tree too large does without.
+    /// Whether there is the table, for plain ASCII, in which each byte is one look-up. A tree too large does without.
     bool hasSteps() const { return !steps_.empty(); }
 
     /// Goes over the text to where `next` is `notPlain` or a state in which a key may end; false where the text ends or
@@ -91,7 +96,7 @@ public:
 
 private:
     void grow(const std::vector<Key>& keys);
-    void describeBytes(const std::vector<Key>& keys);
+    void describeBytes();
     void nameKinds();
     std::vector<std::uint32_t> placeStates();
     void addSteps();

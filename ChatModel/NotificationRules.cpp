@@ -67,7 +67,7 @@ bool isMentionedByKey(const Post& post, const Context& context, PlainText plainT
         std::erase_if(keys, [](const MentionKey& key) {
             return key.key == "@all" || key.key == "@here" || key.key == "@channel";
         });
-    return MentionMatcher(keys).matches(mentionText(post, plainText));
+    return mentionsAny(keys, mentionText(post, plainText));
 }
 
 /// Why the post does not notify as long as nothing is known of how it was announced.

@@ -123,11 +123,23 @@ void FirstScalars::insert(char32_t first) {
             add(Spelling(firstSyllable + (form - firstInitial) * syllablesOfInitial + i));
 }
 
-void FirstScalars::insertPrepending() {
-    for (const Spelling& spelling : gathered().prepending) {
-        seconds_[spelling.lead] |= spelling.seconds;
-        thirds_[spelling.lead] |= spelling.thirds;
+void FirstScalars::insert(const FirstScalars& other) {
+    for (std::size_t lead = 0; lead < seconds_.size(); ++lead) {
+        seconds_[lead] |= other.seconds_[lead];
+        thirds_[lead] |= other.thirds_[lead];
     }
+}
+
+const FirstScalars& FirstScalars::prepending() {
+    static const FirstScalars scalars = [] {
+        FirstScalars made;
+        for (const Spelling& spelling : gathered().prepending) {
+            made.seconds_[spelling.lead] |= spelling.seconds;
+            made.thirds_[spelling.lead] |= spelling.thirds;
+        }
+        return made;
+    }();
+    return scalars;
 }
 
 }  // namespace Text

@@ -14,8 +14,11 @@ public:
     /// Adds the first scalar of the `comparable` form, with case or without, of characters that are looked for.
     void insert(char32_t first);
 
-    /// Adds all scalars that join what follows them to their own character (Grapheme_Cluster_Break=Prepend).
-    void insertPrepending();
+    /// Adds all of another one.
+    void insert(const FirstScalars& other);
+
+    /// The scalars that join what follows them to their own character (Grapheme_Cluster_Break=Prepend).
+    static const FirstScalars& prepending();
 
     /// Whether a character that is looked for may start with this byte, which is beyond ASCII.
     bool mayStartWith(char byte) const { return seconds_[static_cast<std::uint8_t>(byte)] != 0; }
