@@ -223,9 +223,7 @@ private:
     bool isWordsEnd() {
         if (followsWord_ != words_.hasCharacterAt(offset_)) return true;
         if (!followsWord_ || text_[offset_] != '_') return false;
-        const std::size_t end = std::min(text_.find_first_not_of('_', offset_), text_.size());
-        // With an accent the last underscore is none, and no part of the word.
-        return !words_.hasCharacterAt(end - 1) || !words_.hasCharacterAt(end);
+        return !words_.hasCharacterAt(std::min(text_.find_first_not_of('_', offset_), text_.size()));
     }
 
     const MentionTree& tree_;

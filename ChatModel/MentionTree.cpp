@@ -176,7 +176,7 @@ void MentionTree::addSteps() {
     const std::uint32_t firstNode = firstNode_;
     const std::uint32_t firstKey = firstKey_;
     // The more characters keys start with, the sooner one would start again.
-    const std::uint32_t patience = nodes_.front().childCount;
+    const std::uint32_t patience = 2 * nodes_.front().childCount;
     auto [offset, before, state, next, idle] = walk;
     bool isHeld = false;
     for (; offset < text.size() && idle < patience; ++offset) {
