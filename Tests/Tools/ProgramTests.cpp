@@ -141,8 +141,12 @@ TEST_F(ProgramTest, TheModelsOperationsOnEntities) {
     const std::string event = R"({"kind":"addedToTeam","isArrival":true,"subject":{"id":"v","username":"bob"},)"
                               R"("actor":{"id":"u","username":"ann"}})";
     const std::string user = R"({"id":"u","username":"ann","nickname":"","first_name":"Ann","last_name":"Lee"})";
-    const std::string settings = R"({"member":{"channel_id":"c","last_viewed_at":0,"msg_count":0,"msg_count_root":0,)"
-        R"("mention_count":0,"mention_count_root":0,"notify_props":{}},"userNotifyProps":{"push":"all"},"edits":{)";
+    const std::string member = R"({"member":{"channel_id":"c","last_viewed_at":0,"msg_count":0,"msg_count_root":0,)"
+        R"("mention_count":0,"mention_count_root":0,"notify_props":{"desktop_notification_sound":"x"}})";
+    const std::string settings = member + R"(,"userNotifyProps":{"push":"all"},"edits":{)";
+    const std::string said = std::string(post).replace(post.find("system_add_to_team"), 18, "");
+    const std::string decision = R"({"post":)" + said + R"(,"event":{"channelType":"D"},"context":)" + member +
+        R"(,"currentUser":{"id":"v","username":"bob","nickname":"","first_name":"","last_name":""},"status":)";
     const std::string preferences = R"([{"category":"display_settings","name":"name_format","value":"full_name"}])";
     const std::tuple<const char*, std::string, std::string> rows[] = {
         {"post-facts", R"({"post":)" + post + R"(,"userID":"v"})",
@@ -164,6 +168,16 @@ TEST_F(ProgramTest, TheModelsOperationsOnEntities) {
         {"conversation-visibility", R"({"channel":)" + channel + R"(,"currentUserID":"v","shown":true})",
          R"({"category":"direct_channel_show","name":"u","value":"true"})"},
         {"server-address", R"({"text":" H/"})", R"("https://h")"}, {"server-address", R"({"text":"/"})", "null"},
+        {"decide", decision + R"("away"}})", R"({"notify":{"title":"Direct Message","body":"@Someone: :b: :a:",)"
+                                             R"("isSilent":false,"sound":"x","opensPermalink":false}})"},
+        {"decide", decision + R"("dnd"}})", R"({"skip":"userStatus","status":"dnd"})"},
+        {"decide", R"({"post":)" + post + R"(,"context":{"currentUser":{"id":5}}})",
+         R"({"error":"context.currentUser.id: expected a )"}, {"mention-keys", "{}", R"({"error":"id: missing"})"},
+        {"mention-keys", user, R"([{"key":"@ann","caseSensitive":false}])"},
+        {"mention-matches", R"({"text":"Hi @ann!","key":"@Ann","caseSensitive":false})", "true"},
+        {"mention-matches", R"({"text":"","key":""})", R"({"error":"caseSensitive: missing"})"},
+        {"desktop-sound", member + '}', R"({"enabled":true,"sound":"x"})"},
+        {"desktop-sound", R"({"user":{"id":"u"}})", R"({"error":"user.username: missing"})"},
         {"device-id", R"({"bundleID":"a.dev","token":"0AfF"})", R"("apple_rnbeta-v20:0aff")"},
         {"device-id", R"({"bundleID":"a.dev.b","token":""})", R"("apple_rn-v20:")"},
         {"device-id", R"({"bundleID":"","token":"0af"})", R"({"error":"token: expected hexadecimal, two digits a )"},
