@@ -20,8 +20,9 @@ void* operator new(std::size_t size) {
     if (void* const memory = std::malloc(size)) return memory;
     throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+// Inlined, the compiler would take the two for no pair.
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace {
 
@@ -59,7 +60,6 @@ Decision decided(const std::string& words) {
 std::optional<SkipReason::Case> reason(const std::string& words) {
     const auto decision = decided(words);
     const auto* skip = std::get_if<SkipReason>(&decision);
-    EXPECT_TRUE(skip == nullptr || skip->status.has_value() == (skip->kind == userStatus));
     return skip == nullptr ? std::nullopt : std::optional(skip->kind);
 }
 
@@ -95,8 +95,8 @@ TEST(NotificationRules, EachReasonHasItsExceptions) {
           mute + force + "\"0\"", "member.mark_unread=all", none + "member.desktop=all", usual + "kind=G", all,
           own + "announced=D", "user.desktop=x;" + reply, group + "text=:@b*o*b:;" + reply, all + ignore + "x" + off,
           group + "prop.attachments=[{\"footer\":\"@bob\"}]", all + ignore + "on;user.mention_keys=@All",
-          all + ignore + "default;user.channel=False", own + "mentioned=me;" + reply, "active;thread=r;root=r",
-          "status=offline", reply + "follower=me", reply + "follower=me;active;channel=c;thread=x"}},
+          all + ignore + "default;user.channel=False", own + "mentioned=me;" + reply, "threads",
+          "active;root=r", "status=offline", reply + "follower=me", reply + "follower=me;active;channel=c;thread=x"}},
         {ownPost, {"author=me;prop.from_webhook=true"}}, {systemMessage, {add + "\"you\""}},
         {channelIsOpen, {group + "text=@bob;active;channel=c", "active;channel=c;root=r"}},
         {silentNotification, {silent + "1"}},
