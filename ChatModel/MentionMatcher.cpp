@@ -48,6 +48,7 @@ bool isWordless(std::string_view key) {
 /// The key's comparable form; empty where no text can hold the key.
 std::u32string comparableKey(std::string_view key, Text::Case sensitivity) {
     std::u32string form;
+    form.reserve(key.size());
     const bool isHeld =
         forEachCharacter(key, sensitivity, [&](std::string_view bytes, const Text::Character& character) {
             if (character.isWhole)
@@ -238,19 +239,27 @@ private:
 
 /// The keys that are looked for in one way, whether case counts aside.
 struct Keys {
-    std::vector<MentionTree::Key> all;    ///< as if case did not count
-    std::vector<MentionTree::Key> cased;  ///< those in which it does, for texts that may hold one
-
-    Keys(const std::vector<MentionKey>& keys, bool asWord) {
-        for (const auto& [key, caseSensitive] : keys) {
-            if (isWordless(key) == asWord) continue;
-            auto form = comparableKey(key, Text::Case::insensitive);
-            if (form.empty()) continue;
-            all.push_back({std::move(form), caseSensitive});
-            if (caseSensitive) cased.push_back({comparableKey(key, Text::Case::sensitive), false});
-        }
-    }
+    bool asWord;
+    std::vector<MentionTree::Key> all = {};    ///< as if case did not count
+    std::vector<MentionTree::Key> cased = {};  ///< those in which it does, for texts that may hold one
 };
+
+/// The keys by their ways, of which none is empty.
+std::vector<Keys> sorted(const std::vector<MentionKey>& keys) {
+    Keys words{.asWord = true};
+    Keys wordless{.asWord = false};
+    for (const auto& [key, caseSensitive] : keys) {
+        auto form = comparableKey(key, Text::Case::insensitive);
+        if (form.empty()) continue;
+        Keys& group = isWordless(key) ? wordless : words;
+        group.all.push_back({std::move(form), caseSensitive});
+        if (caseSensitive) group.cased.push_back({comparableKey(key, Text::Case::sensitive), false});
+    }
+    std::vector<Keys> groups;
+    for (Keys* group : {&words, &wordless})
+        if (!group->all.empty()) groups.push_back(std::move(*group));
+    return groups;
+}
 
 }  // namespace
 
@@ -261,12 +270,10 @@ struct MentionMatcher::Group {
 
 MentionMatcher::MentionMatcher(const std::vector<MentionKey>& keys) {
     std::vector<Group> groups;
-    for (const bool asWord : {true, false}) {
-        Keys group(keys, asWord);
-        if (group.all.empty()) continue;
-        groups.push_back({MentionTree({Text::Case::insensitive, asWord}, std::move(group.all), true), std::nullopt});
-        if (group.cased.empty()) continue;
-        groups.back().cased.emplace(MentionTree::Way{Text::Case::sensitive, asWord}, std::move(group.cased), true);
+    for (auto& [asWord, all, cased] : sorted(keys)) {
+        groups.push_back({MentionTree({Text::Case::insensitive, asWord}, std::move(all), true), std::nullopt});
+        if (!cased.empty())
+            groups.back().cased.emplace(MentionTree::Way{Text::Case::sensitive, asWord}, std::move(cased), true);
     }
     groups_ = std::make_shared<const std::vector<Group>>(std::move(groups));
 }
@@ -279,15 +286,13 @@ bool MentionMatcher::matches(std::string_view text) const {
 }
 
 bool mentionsAny(const std::vector<MentionKey>& keys, std::string_view text) {
-    for (const bool asWord : {true, false}) {
-        Keys group(keys, asWord);
-        if (group.all.empty()) continue;
-        const MentionTree tree({Text::Case::insensitive, asWord}, std::move(group.all), false);
+    for (auto& [asWord, all, cased] : sorted(keys)) {
+        const MentionTree tree({Text::Case::insensitive, asWord}, std::move(all), false);
         Search search(tree, text);
         if (search.matches()) return true;
         if (!search.hasDoubts()) continue;
-        const MentionTree cased({Text::Case::sensitive, asWord}, std::move(group.cased), false);
-        if (Search(cased, text).matches()) return true;
+        const MentionTree casedTree({Text::Case::sensitive, asWord}, std::move(cased), false);
+        if (Search(casedTree, text).matches()) return true;
     }
     return false;
 }

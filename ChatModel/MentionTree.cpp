@@ -55,9 +55,16 @@ void MentionTree::grow(const std::vector<Key>& keys) {
         std::size_t first;
         std::size_t end;
     };
+    std::size_t most = 1;
+    for (const Key& key : keys)
+        most += key.form.size();
+    std::vector<Range> ranges;  // the keys that start as a node does
+    nodes_.reserve(most);
+    scalars_.reserve(most);
+    ranges.reserve(most);
     nodes_.emplace_back();
     scalars_ += U'\0';
-    std::vector<Range> ranges = {{0, keys.size()}};  // the keys that start as a node does
+    ranges.push_back({0, keys.size()});
     for (std::uint32_t node = 0; node < nodes_.size(); ++node) {
         const std::uint32_t depth = nodes_[node].depth;
         auto [first, end] = ranges[node];
@@ -167,34 +174,6 @@ void MentionTree::addSteps() {
                 otherwise[child] = std::exchange(steps[kinds_[scalar]], states[child]);
         }
     }
-}
-
-/// All that it takes to do so stands in registers.
-[[gnu::noinline]] bool MentionTree::goOn(Walk& walk, std::string_view text) const {
-    const std::uint32_t* const steps = steps_.data();
-    const std::uint8_t* const kinds = kinds_.data();
-    const std::uint32_t firstNode = firstNode_;
-    const std::uint32_t firstKey = firstKey_;
-    // The more characters keys start with, the sooner one would start again.
-    const std::uint32_t patience = 2 * nodes_.front().childCount;
-    auto [offset, before, state, next, idle] = walk;
-    bool isHeld = false;
-    for (; offset < text.size() && idle < patience; ++offset) {
-        // Kept apart from the state by the laundering, or else the compiler adds the two first: the next look-up waits
-        // for the state, and then for the addition too.
-        const std::uint32_t* const column = std::launder(steps + kinds[static_cast<std::uint8_t>(text[offset])]);
-        next = column[state];
-        if (next >= firstKey) {
-            isHeld = true;
-            break;
-        }
-        // Without a branch, whose way nobody could foretell.
-        idle = (idle + 1) * static_cast<unsigned>(next < firstNode);
-        before = state;
-        state = next;
-    }
-    walk = {offset, before, state, next, idle};
-    return isHeld;
 }
 
 }  // namespace ChatModel::NotificationRules

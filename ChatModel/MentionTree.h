@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -117,5 +118,33 @@ private:
     std::uint32_t firstKey_ = 0;   ///< the state
     std::vector<std::uint32_t> nodesOfRows_;
 };
+
+// It stands here to become part of the loop that calls it, which is entered at every other word.
+inline bool MentionTree::goOn(Walk& walk, std::string_view text) const {
+    const std::uint32_t* const steps = steps_.data();
+    const std::uint8_t* const kinds = kinds_.data();
+    const std::uint32_t firstNode = firstNode_;
+    const std::uint32_t firstKey = firstKey_;
+    // The more characters keys start with, the sooner one would start again.
+    const std::uint32_t patience = 2 * nodes_.front().childCount;
+    auto [offset, before, state, next, idle] = walk;
+    bool isHeld = false;
+    for (; offset < text.size() && idle < patience; ++offset) {
+        // Kept apart from the state by the laundering, or else the compiler adds the two first: the next look-up waits
+        // for the state, and then for the addition too.
+        const std::uint32_t* const column = std::launder(steps + kinds[static_cast<std::uint8_t>(text[offset])]);
+        next = column[state];
+        if (next >= firstKey) {
+            isHeld = true;
+            break;
+        }
+        // Without a branch, whose way nobody could foretell.
+        idle = (idle + 1) * static_cast<unsigned>(next < firstNode);
+        before = state;
+        state = next;
+    }
+    walk = {offset, before, state, next, idle};
+    return isHeld;
+}
 
 }  // namespace ChatModel::NotificationRules

@@ -155,7 +155,7 @@ int main(int argc, char** argv) {
         argc, argv,
         {deciding("deciding about a post that notifies", situation(Channel::Kind::open), 2),
          deciding("deciding about one's own post", silenced, 2),
-         deciding("deciding by a group's text", situation(Channel::Kind::group), 4),
+         deciding("deciding by a group's text", situation(Channel::Kind::group), 2),
          beside("a user's keys in 1,000 messages", keys, messages()),
          beside("1,000 keys in 100 KB that is much like them", manyKeys, {text}),
          beside("a user's keys in 100 KB of one near-match", keys, {repeated("@bo ", 100'000)}),
