@@ -105,8 +105,9 @@ void FirstScalars::insert(char32_t first) {
     if (first >= 'A' && first <= 'Z') form += 'a' - 'A';
     if (first >= 0x80) {
         form = folded(static_cast<UChar32>(first));
-        // Marks change their places in a form: a character of marks alone may start with any of them.
-        if (u_getCombiningClass(static_cast<UChar32>(first)) != 0) {
+        // Marks change their places in a form: a character of marks alone may start with any of them. And what stands
+        // for ill-formed bytes stands for any.
+        if (u_getCombiningClass(static_cast<UChar32>(first)) != 0 || first == U'\uFFFD') {
             seconds_.fill(~std::uint64_t{0});
             thirds_.fill(~std::uint64_t{0});
         }

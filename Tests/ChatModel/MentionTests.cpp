@@ -11,6 +11,7 @@
 #include "ChatModel/MentionMatcher.h"
 #include "ChatModel/MentionText.h"
 #include "ChatModel/ServerJSON.h"
+#include "Text/Characters.h"
 
 // clang-format off: the tables hold several short rows on a line.
 using namespace ChatModel;
@@ -69,6 +70,7 @@ TEST(MentionMatcher, FindsKeysAsAPersonReadsThem) {
         {"\u0301\u0323x", {{"\u0323\u0301"}}, true}};
     for (const auto& [text, keys, matches] : rows)
         EXPECT_EQ(MentionMatcher(keys).matches(text), matches) << text << " for " << (keys.empty() ? "" : keys[0].key);
+    EXPECT_FALSE(MentionMatcher({{"a\0b"s}}).matches("a.b"));
     for (const auto& [first, end] :  // the blocks that need no words, those together that touch
          {std::pair(0x400, 0x530), {0xE00, 0xE80}, {0x1100, 0x1200}, {0x2DE0, 0x2E00}, {0x3000, 0x3100},
           {0x3130, 0x3190}, {0x3400, 0x4DC0}, {0x4E00, 0x9FB0}, {0xAC00, 0xD7A4}, {0xFF00, 0xFFA0}})
@@ -128,7 +130,7 @@ TEST(MentionMatcher, FindsWhatASlowOneFinds) {
             for (auto length = random() % longest; length > 0; --length) text += pieces[random() % pieces.size()];
             return text;
         };
-        const std::string text = made(14), longer = text + pieces[0];
+        const std::string text = (random() % 2 == 0 ? "zzzzzzzzzzzz " : "") + made(14), longer = text + pieces[0];
         const auto whole = icu::UnicodeString::fromUTF8(text);
         iterator->setText(whole);
         std::vector<std::string> characters;
@@ -148,7 +150,9 @@ TEST(MentionMatcher, FindsWhatASlowOneFinds) {
             keys.push_back({made(5), random() % 4 == 0});
             isAnyFound = isAnyFound || isFound(keys.back(), characters);
         }
-        EXPECT_EQ(MentionMatcher(keys).matches({longer.data(), text.size()}), isAnyFound) << text << round;
+        const std::string_view cut(longer.data(), text.size());
+        EXPECT_EQ(MentionMatcher(keys).matches(cut), isAnyFound) << text << round;
+        EXPECT_EQ(mentionsAny(keys, cut), isAnyFound) << text << round;
     }
 }
 
