@@ -190,33 +190,31 @@ std::size_t scalarStartBefore(std::string_view text, std::size_t offset) {
 enum class Junction { no, yes, dependsOnFormer };
 
 inline Junction junction(const Scalar& before, const Scalar& behind) {
-    const auto endsLine = [](std::uint8_t kind) {
-        return kind == U_GCB_CONTROL || kind == U_GCB_CR || kind == U_GCB_LF;
-    };
+    const auto endsLine = [](std::uint8_t one) { return one == U_GCB_CONTROL || one == U_GCB_CR || one == U_GCB_LF; };
     const auto joinedIf = [](bool condition) { return condition ? Junction::yes : Junction::no; };
-    const std::uint8_t next = behind.kind;
+    const std::uint8_t kind = behind.kind;
     using enum Scalar::Conjunct;
     // Most are neither.
-    if (next == U_GCB_OTHER && behind.conjunct != consonant && before.kind != U_GCB_PREPEND) return Junction::no;
-    if (endsLine(before.kind) || endsLine(next)) return joinedIf(before.kind == U_GCB_CR && next == U_GCB_LF);
-    if (next == U_GCB_EXTEND || next == U_GCB_ZWJ || next == U_GCB_SPACING_MARK) return Junction::yes;
+    if (kind == U_GCB_OTHER && behind.conjunct != consonant && before.kind != U_GCB_PREPEND) return Junction::no;
+    if (endsLine(before.kind) || endsLine(kind)) return joinedIf(before.kind == U_GCB_CR && kind == U_GCB_LF);
+    if (kind == U_GCB_EXTEND || kind == U_GCB_ZWJ || kind == U_GCB_SPACING_MARK) return Junction::yes;
     if (behind.conjunct == consonant && (before.conjunct == linker || before.conjunct == extend))
         return Junction::dependsOnFormer;
     switch (before.kind) {
         case U_GCB_PREPEND:
             return Junction::yes;
         case U_GCB_L:
-            return joinedIf(next == U_GCB_L || next == U_GCB_V || next == U_GCB_LV || next == U_GCB_LVT);
+            return joinedIf(kind == U_GCB_L || kind == U_GCB_V || kind == U_GCB_LV || kind == U_GCB_LVT);
         case U_GCB_LV:
         case U_GCB_V:
-            return joinedIf(next == U_GCB_V || next == U_GCB_T);
+            return joinedIf(kind == U_GCB_V || kind == U_GCB_T);
         case U_GCB_LVT:
         case U_GCB_T:
-            return joinedIf(next == U_GCB_T);
+            return joinedIf(kind == U_GCB_T);
         case U_GCB_REGIONAL_INDICATOR:
-            return next == U_GCB_REGIONAL_INDICATOR ? Junction::dependsOnFormer : Junction::no;
+            return kind == U_GCB_REGIONAL_INDICATOR ? Junction::dependsOnFormer : Junction::no;
         case U_GCB_ZWJ:
-            return next == Scalar::pictographic ? Junction::dependsOnFormer : Junction::no;
+            return kind == Scalar::pictographic ? Junction::dependsOnFormer : Junction::no;
         default:
             return Junction::no;
     }
@@ -228,29 +226,29 @@ public:
     explicit Walk(const Scalar& first) { take(first); }
 
     /// Goes on to the next scalar, where it belongs to the same character.
-    bool joins(const Scalar& next) {
-        const Junction joined = junction(*last_, next);
-        if (joined == Junction::no || (joined == Junction::dependsOnFormer && !former(next))) return false;
-        take(next);
+    bool joins(const Scalar& scalar) {
+        const Junction joined = junction(*last_, scalar);
+        if (joined == Junction::no || (joined == Junction::dependsOnFormer && !formerJoin(scalar))) return false;
+        take(scalar);
         return true;
     }
 
 private:
     /// Flags are pairs; joined emoji have their modifiers in front of the joiner alone; one linker joins consonants.
-    bool former(const Scalar& next) const {
-        if (next.kind == U_GCB_REGIONAL_INDICATOR) return !isPair_;
-        return next.kind == Scalar::pictographic ? isEmoji_ : isLinked_;
+    bool formerJoin(const Scalar& scalar) const {
+        if (scalar.kind == U_GCB_REGIONAL_INDICATOR) return !isPair_;
+        return scalar.kind == Scalar::pictographic ? isEmoji_ : isLinked_;
     }
 
-    void take(const Scalar& next) {
+    void take(const Scalar& scalar) {
         using enum Scalar::Conjunct;
         const bool isBehindJoiner = last_ != nullptr && last_->kind == U_GCB_ZWJ;
         isPair_ = last_ != nullptr && last_->kind == U_GCB_REGIONAL_INDICATOR;
-        isEmoji_ = next.kind == Scalar::pictographic ||
-                   (isEmoji_ && !isBehindJoiner && (next.kind == U_GCB_EXTEND || next.kind == U_GCB_ZWJ));
-        isLinked_ = isConsonant_ && (next.conjunct == linker || (isLinked_ && next.conjunct == extend));
-        isConsonant_ = next.conjunct == consonant || (isConsonant_ && next.conjunct != none);
-        last_ = &next;
+        isEmoji_ = scalar.kind == Scalar::pictographic ||
+                   (isEmoji_ && !isBehindJoiner && (scalar.kind == U_GCB_EXTEND || scalar.kind == U_GCB_ZWJ));
+        isLinked_ = isConsonant_ && (scalar.conjunct == linker || (isLinked_ && scalar.conjunct == extend));
+        isConsonant_ = scalar.conjunct == consonant || (isConsonant_ && scalar.conjunct != none);
+        last_ = &scalar;
     }
 
     const Scalar* last_ = nullptr;
