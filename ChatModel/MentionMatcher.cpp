@@ -224,16 +224,18 @@ private:
     bool isWordsEnd() {
         if (followsWord_ != words_.hasCharacterAt(offset_)) return true;
         if (!followsWord_ || text_[offset_] != '_') return false;
-        return !words_.hasCharacterAt(std::min(text_.find_first_not_of('_', offset_), text_.size()));
+        if (offset_ >= underscoresEnd_) underscoresEnd_ = std::min(text_.find_first_not_of('_', offset_), text_.size());
+        return !words_.hasCharacterAt(underscoresEnd_);
     }
 
     const MentionTree& tree_;
     std::string_view text_;
     Words words_;
     std::size_t offset_ = 0;
-    bool followsWord_ = false;  ///< whether a word character ends at the offset
-    std::vector<char> starts_;  ///< of the last scalars, round and round: whether a key may start with each
-    std::size_t taken_ = 0;     ///< scalars, all together
+    bool followsWord_ = false;        ///< whether a word character ends at the offset
+    std::vector<char> starts_;        ///< of the last scalars, round and round: whether a key may start with each
+    std::size_t taken_ = 0;           ///< scalars, all together
+    std::size_t underscoresEnd_ = 0;  ///< of the run that was met last, in which several keys may end
     bool hasDoubts_ = false;
 };
 
