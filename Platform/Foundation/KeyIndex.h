@@ -27,8 +27,9 @@ private:
 
     constexpr std::size_t slotOf(std::string_view key) const {
         const auto at = [&](std::size_t i) { return static_cast<std::uint32_t>(static_cast<unsigned char>(key[i])); };
-        const std::uint32_t look =
-            at(0) | at(key.size() / 2) << 8 | at(key.size() - 1) << 16 | static_cast<std::uint32_t>(key.size()) << 24;
+        const auto size = static_cast<std::uint32_t>(key.size());
+        // Not at the first character: "min_length" and "max_length" have it in common with the middle and the last.
+        const std::uint32_t look = at(size / 4) | at(size / 2) << 8 | at(size - 1) << 16 | size << 24;
         return look * factor_ >> (32 - bits);
     }
 
