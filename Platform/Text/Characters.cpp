@@ -316,6 +316,13 @@ Character characterBeyondASCII(std::string_view text, std::size_t start, Case se
     return character;
 }
 
+std::size_t characterCount(std::string_view text) {
+    std::size_t count = 0;
+    for (std::size_t offset = 0; offset < text.size(); offset = characterAt(text, offset, Case::sensitive).end)
+        ++count;
+    return count;
+}
+
 bool CharacterBoundaries::containBeyondASCII(std::size_t offset) {
     if (offset < start_) start_ = end_ = 0;
     if (offset < end_) return offset == start_;

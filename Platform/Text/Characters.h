@@ -41,6 +41,9 @@ inline Character characterAt(std::string_view text, std::size_t start, Case sens
     return {end, static_cast<char32_t>(isLowered ? byte + ('a' - 'A') : byte), true};
 }
 
+/// How many characters the text has; ill-formed bytes stand as U+FFFD.
+std::size_t characterCount(std::string_view text);
+
 /// Tells where a text's characters meet. Asked in rising order it takes time in proportion to the text, however often
 /// it is asked. Valid as long as the text is.
 class CharacterBoundaries {

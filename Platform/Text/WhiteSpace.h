@@ -8,4 +8,7 @@ namespace Text {
 /// property. Ill-formed bytes are none. The result is a part of `text` and as valid.
 std::string_view trimmed(std::string_view text);
 
+/// The same, but line ends stay: U+000A to U+000D, U+0085, U+2028 and U+2029.
+std::string_view trimmedOfBlanks(std::string_view text);
+
 }  // namespace Text
