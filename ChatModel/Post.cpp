@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "ChatModel/AttachmentCoding.h"
+#include "ChatModel/ReadReceipt.h"
 
 namespace ChatModel {
 
@@ -96,7 +97,7 @@ bool Post::isInteractable() const {
 }
 
 bool Post::supportsReadReceipts() const {
-    return findBool(props, "velto_read_receipts") == true && type.empty() && !isDeleted() && !isPending();
+    return findBool(props, ReadReceipt::postProperty) == true && type.empty() && !isDeleted() && !isPending();
 }
 
 std::vector<MessageAttachment> Post::messageAttachments() const {

@@ -6,6 +6,7 @@
 #include "ChatModel/ChannelMember.h"
 #include "ChatModel/ClientConfig.h"
 #include "ChatModel/Post.h"
+#include "ChatModel/ReadReceipt.h"
 #include "ChatModel/ServerJSON.h"
 #include "ChatModel/Team.h"
 #include "ChatModel/User.h"
@@ -106,6 +107,11 @@ TEST(Entities, KeepToTheServersKeys) {
         R"("unread_replies":6,"unread_mentions":7,"is_following":false,"participants":[{"id":"8"},{"id":"9"}]})",
         {"1", "2", 3, 4, 5, 6, 7, false, {"8", "9"}}, "is_following|participants");
     expectTable<ThreadTotals>(R"({"total_unread_threads":1,"total_unread_mentions":2})", {1, 2});
+    expectTable<ReadReceipt::Details>(
+        R"({"channel_type":"1","read":2,"total":3,"readers":[{"id":"4","username":"5","name":"6","read_at":7}],)"
+        R"("unread":[{"id":"8","username":"9","name":"10","read_at":11}]})",
+        {{"1", 2, 3}, {{"4", "5", "6", 7}}, {{"8", "9", "10", 11}}});
+    expectTable<ReadReceipt::ReadResult>(R"({"post_ids":["1"],"unavailable_post_ids":["2"]})", {{"1"}, {"2"}});
     expectTable<Preference>(R"({"category":"1","name":"2","value":"3"})", {"1", "2", "3"});
     using M = PostMetadata;
     expectTable<Post>(
