@@ -9,7 +9,8 @@ namespace Foundation {
 /// Whether the text is a number by the grammar of RFC 8259, section 6.
 bool isJSONNumber(std::string_view text);
 
-/// The double nearest to such a number, 0 or a denormal where it is too small; nothing where it is too large for one.
+/// The double nearest to such a number, or another that `std::from_chars` takes as a whole; 0 or a denormal where it is
+/// too small, nothing where it is too large for one.
 std::optional<double> nearestDouble(std::string_view number);
 
 /// The integer that such a number is, however it is written (3, 3.0, 30e-1): a double in between would round what has

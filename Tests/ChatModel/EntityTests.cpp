@@ -5,6 +5,7 @@
 #include "ChatModel/Channel.h"
 #include "ChatModel/ChannelMember.h"
 #include "ChatModel/ClientConfig.h"
+#include "ChatModel/InteractiveDialog.h"
 #include "ChatModel/Post.h"
 #include "ChatModel/ReadReceipt.h"
 #include "ChatModel/ServerJSON.h"
@@ -112,6 +113,15 @@ TEST(Entities, KeepToTheServersKeys) {
         R"("unread":[{"id":"8","username":"9","name":"10","read_at":11}]})",
         {{"1", 2, 3}, {{"4", "5", "6", 7}}, {{"8", "9", "10", 11}}});
     expectTable<ReadReceipt::ReadResult>(R"({"post_ids":["1"],"unavailable_post_ids":["2"]})", {{"1"}, {"2"}});
+    using Element = InteractiveDialog::Element;
+    expectTable<InteractiveDialog>(
+        R"({"url":"1","dialog":{"title":"2","elements":[{"name":"3","display_name":"4","type":"text","subtype":"5",)"
+        R"("default":"6","placeholder":"7","help_text":"8","optional":true,"min_length":9,"max_length":10,"options":)"
+        R"([{"text":"11","value":"12"}],"data_source_url":"13"}],"state":"14","callback_id":"15",)"
+        R"("introduction_text":"16","submit_label":"17","notify_on_cancel":true}})",
+        {"1", "15", "2", "16", {{"3", "4", Element::TextField{"5"}, "6", "7", "8", true, 9, 10, {{"11", "12"}}, "13"}},
+         "17", true, "14"}, R"(dialog\.(\w+|elements\[0\]\.(?!name|display_name)\w+))");
+    expectTable<DialogSubmitResult>(R"({"error":"1","errors":{"2]":"3"}})", {"1", {{"2]", "3"}}}, "errors?");
     expectTable<Preference>(R"({"category":"1","name":"2","value":"3"})", {"1", "2", "3"});
     using M = PostMetadata;
     expectTable<Post>(
@@ -193,6 +203,14 @@ TEST(Entities, HaveDefaultsAndIrregularShapes) {
         {outcome<ThreadTotals>, R"({"total_unread_threads":-9223372036854775808,"total_unread_mentions":)",
          {{"9223372036854775807}", R"(:-9223372036854775808,"total_unread_mentions":9223372036854775807})"}}},
         {outcome<Channel>, "", {{R"({"type":"o"})", "wrong type"}}},
+        {outcome<InteractiveDialog::Element>, R"({"name":"","display_name":"",)", {
+            {R"("subtype":"s","data_source":5})", R"("type":"text","subtype":"s","default":"")"},
+            {R"("data_source":"d","subtype":5,"type":"select"})", R"("type":"select","data_source":"d","default":"")"},
+            {R"("type":"textarea","subtype":5,"data_source":5})", R"("type":"textarea","default":"","placeholder":"")"},
+            {R"("type":"radio"})", R"("type":"radio","default")"}, {R"("type":"bool"})", R"("type":"bool","default")"},
+            {R"("type":"Text","subtype":5})", R"("Text","default")"}, {R"("type":"date"})", R"("date","default")"},
+            {R"("subtype":"s","type":null,"subtype":null})", R"("type":"text","subtype":"","default")"},
+            {R"("type":"select","data_source":5})", "wrong data_source"}}},
         {outcome<CustomStatus>, R"({"expires_at":")", {
             {"2026-11-29", "wrong expires_at"}, {"1970-01-01T01:00:00+01:00", R"("duration":""})"},
             {"1970-01-01T00:00:00.0019Z", R"("1970-01-01T00:00:00.001Z")"},
