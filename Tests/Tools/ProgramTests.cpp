@@ -189,4 +189,40 @@ TEST_F(ProgramTest, TheModelsOperationsOnEntities) {
     expectAnswer({"model", "decode", "post"}, "{\"props\":[]}", R"({"error":"props: expected an object"})");
 }
 
+TEST_F(ProgramTest, TheModelsOperationsOnReceiptsAndDialogs) {
+    const std::string summary = R"({"channel_type":"O","read":2,"total":1})", own = R"(,"isOwn":true})";
+    const std::string element = R"({"name":"n","display_name":"","type":"text","subtype":"email","default":"5",)"
+        R"("placeholder":"","help_text":"","optional":false,"min_length":2,"max_length":3,"options":[],)"
+        R"("data_source_url":""})";
+    const std::string dialog = R"({"url":"","dialog":{"title":"","elements":[)" + element + R"(],"state":"",)"
+        R"("callback_id":"","introduction_text":"","submit_label":"","notify_on_cancel":false}})";
+    const std::string entry = R"({"element":)" + element + R"(,"value":)";
+    const std::tuple<const char*, std::string, std::string> rows[] = {
+        {"read-receipt-mark", R"({"state":{"summary":)" + summary + '}' + own,
+         R"({"progress":{"read":2,"total":1},"isInteractive":true})"}, {"read-receipt-mark", "{}", "null"},
+        {"read-receipt-mark", R"({"state":null)" + own, R"({"loading":true,"isInteractive":false})"},
+        {"read-receipt-mark", R"({"state":"failed")" + own, R"({"failed":true,"isInteractive":true})"},
+        {"read-receipt-mark", R"({"state":"x"})", R"({"error":"state: expected one of \"acknowledged\", )"},
+        {"read-receipt-mark", R"({"state":{"summary":{"channel_type":5}}})", R"({"error":"state.summary.channel_type)"},
+        {"read-receipt-mark", R"({"state":{}})", R"({"error":"state.summary: missing"})"},
+        {"dialog-validate", entry + R"("a"})", R"({"tooShort":2})"}, {"dialog-validate", entry + R"("a@b"})", "null"},
+        {"dialog-validate", entry + R"("abcd"})", R"({"tooLong":3})"},
+        {"dialog-validate", entry + "null}", R"("required")"},
+        {"dialog-validate", entry + R"("ab"})", R"("invalidEmail")"}, {"dialog-defaults", dialog, R"({"n":"5"})"},
+        {"dialog-validate", R"({"element":{"name":"n"}})", R"({"error":"element.display_name: missing"})"},
+        {"dialog-defaults", R"({"url":"","dialog":{"elements":[5]}})", R"({"error":"dialog.elements[0]: expected an )"},
+        {"dialog-submission", R"({"dialog":)" + dialog + R"(,"entries":{"n":" a"}})", R"({"n":" a"})"},
+        {"dialog-submission", R"({"dialog":)" + dialog + '}', "{}"},
+        {"dialog-submission", R"({"dialog":)" + dialog + R"(,"entries":{"n":5}})", R"({"error":"entries.n: expected)"},
+        {"dialog-submission", R"({"dialog":{"url":""}})", R"({"error":"dialog.dialog: missing"})"}};
+    for (const auto& [operation, input, part] : rows) expectAnswer({"model", operation}, input, part);
+    const std::pair<const char*, std::string> types[] = {
+        {"read-receipt-summary", summary}, {"interactive-dialog", dialog},
+        {"read-receipt-reader", R"({"id":"","username":"","name":"","read_at":1})"},
+        {"read-receipt-details", R"({"channel_type":"","read":0,"total":0,"readers":[],"unread":[]})"},
+        {"read-receipt-read-result", R"({"post_ids":[],"unavailable_post_ids":[]})"},
+        {"dialog-submit-result", R"({"error":"","errors":{}})"}};
+    for (const auto& [type, json] : types) expectAnswer({"model", "decode", type}, json, json.substr(1));
+}
+
 }  // namespace

@@ -1,7 +1,9 @@
 #include "ChatModel/Channel.h"
 #include "ChatModel/ChannelMember.h"
 #include "ChatModel/ClientConfig.h"
+#include "ChatModel/InteractiveDialog.h"
 #include "ChatModel/Post.h"
+#include "ChatModel/ReadReceipt.h"
 #include "ChatModel/ServerJSON.h"
 #include "ChatModel/Team.h"
 #include "ChatModel/User.h"
@@ -58,7 +60,13 @@ const Operations& decodeOperations() {
                                           {"user-thread", decode<ChatModel::UserThread>},
                                           {"thread-totals", decode<ChatModel::ThreadTotals>},
                                           {"client-config", decodeClientConfig},
-                                          {"preference", decode<ChatModel::Preference>}};
+                                          {"preference", decode<ChatModel::Preference>},
+                                          {"read-receipt-summary", decode<ChatModel::ReadReceipt::Summary>},
+                                          {"read-receipt-reader", decode<ChatModel::ReadReceipt::Reader>},
+                                          {"read-receipt-details", decode<ChatModel::ReadReceipt::Details>},
+                                          {"read-receipt-read-result", decode<ChatModel::ReadReceipt::ReadResult>},
+                                          {"interactive-dialog", decode<ChatModel::InteractiveDialog>},
+                                          {"dialog-submit-result", decode<ChatModel::DialogSubmitResult>}};
     return operations;
 }
 

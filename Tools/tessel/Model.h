@@ -26,6 +26,9 @@ const Operations& notificationOperations();
 /// The operations on what the user sets: notifications, the sidebar, the server, the device.
 const Operations& settingOperations();
 
+/// The operations on read receipts and on interactive dialogs.
+const Operations& dialogOperations();
+
 /// The operation `decode TYPE`, by the type's name.
 const Operations& decodeOperations();
 
