@@ -8,7 +8,7 @@
 namespace Foundation {
 
 /// A hash over several values, in their order; a list's elements count in theirs. Maps are ordered by their keys, so
-/// that equal ones hash alike.
+/// that equal ones hash alike; of unordered ones no order counts.
 template <class... Values>
 std::size_t hashOf(const Values&... values);
 
@@ -22,6 +22,11 @@ std::size_t hashOne(const Value& value) {
         return std::hash<Value>()(value);
     } else if constexpr (requires { value.has_value(); }) {
         return value ? hashOf(true, *value) : 0;
+    } else if constexpr (requires { value.hash_function(); }) {
+        std::size_t hash = 0;
+        for (const auto& element : value)
+            hash += hashOne(element);
+        return hash;
     } else if constexpr (std::ranges::range<Value>) {
         std::size_t hash = 0;
         for (const auto& element : value)
