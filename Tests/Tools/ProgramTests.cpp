@@ -147,6 +147,8 @@ TEST_F(ProgramTest, TheModelsOperationsOnEntities) {
     const std::string said = std::string(post).replace(post.find("system_add_to_team"), 18, "");
     const std::string decision = R"({"post":)" + said + R"(,"event":{"channelType":"D"},"context":)" + member +
         R"(,"currentUser":{"id":"v","username":"bob","nickname":"","first_name":"","last_name":""},"status":)";
+    const std::string reactions = R"([{"user_id":"u","post_id":"p","emoji_name":"+1","create_at":1}])";
+    const std::string summaries = R"([{"emojiName":"+1","count":1,"includesCurrentUser":true}])";
     const std::string preferences = R"([{"category":"display_settings","name":"name_format","value":"full_name"}])";
     const std::tuple<const char*, std::string, std::string> rows[] = {
         {"post-facts", R"({"post":)" + post + R"(,"userID":"v"})",
@@ -178,6 +180,16 @@ TEST_F(ProgramTest, TheModelsOperationsOnEntities) {
         {"mention-matches", R"({"text":"","key":""})", R"({"error":"caseSensitive: missing"})"},
         {"desktop-sound", member + '}', R"({"enabled":true,"sound":"x"})"},
         {"desktop-sound", R"({"user":{"id":"u"}})", R"({"error":"user.username: missing"})"},
+        {"timeline", R"({"posts":[)" + said + R"(],"reactions":{"p":)" + reactions + R"(},"currentUserID":"u",)"
+                     R"("failedPostIDs":{"p":"No"},"calendar":{"timeZone":"Asia/Kolkata"}})",
+         R"([{"id":"date--19800","date":-19800000},{"id":"p","message":{"postID":"p","reactions":)" + summaries +
+         R"(,"isContinuation":false,"delivery":{"failed":"No"},"showsThreadFooter":false,"isOwn":true}}])"},
+        {"timeline", R"({"posts":[)" + said + R"(],"lastViewedAt":0,"showsThreadFooters":true,"calendar":{}})",
+         R"([{"id":"date-0","date":0},{"id":"new-messages","newMessages":true},{"id":"p","message":{"postID":"p",)"
+         R"("reactions":[],"isContinuation":false,"delivery":"sent","showsThreadFooter":true,"isOwn":false}}])"},
+        {"timeline", R"({"posts":[{"id":1}]})", R"({"error":"posts[0].id: expected a )"}, {"timeline", "{}", "[]"},
+        {"timeline", R"({"calendar":{"timeZone":"/UTC"}})", R"({"error":"calendar.timeZone: expected the name of a )"},
+        {"reactions", R"({"currentUserID":"u","reactions":)" + reactions + "}", summaries}, {"reactions", "{}", "[]"},
         {"device-id", R"({"bundleID":"a.dev","token":"0AfF"})", R"("apple_rnbeta-v20:0aff")"},
         {"device-id", R"({"bundleID":"a.dev.b","token":""})", R"("apple_rn-v20:")"},
         {"device-id", R"({"bundleID":"","token":"0af"})", R"({"error":"token: expected hexadecimal, two digits a )"},

@@ -23,6 +23,9 @@ const Operations& ruleOperations();
 /// The operations by the rules that decide who is notified, and how.
 const Operations& notificationOperations();
 
+/// The operations that make a channel's posts into the rows of a view.
+const Operations& timelineOperations();
+
 /// The operations on what the user sets: notifications, the sidebar, the server, the device.
 const Operations& settingOperations();
 

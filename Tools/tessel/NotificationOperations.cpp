@@ -1,6 +1,7 @@
 #include "ChatModel/NotificationRules.h"
 #include "ChatModel/ServerJSON.h"
 #include "Foundation/JSONCoding.h"
+#include "tessel/FromServer.h"
 #include "tessel/Model.h"
 
 using namespace ChatModel::NotificationRules;
@@ -10,27 +11,7 @@ using Foundation::JSONReader;
 using Foundation::JSONWriter;
 using Foundation::optional;
 using Foundation::required;
-
-namespace {
-
-/// An entity as the server sends it, within an input that the tool reads by its own keys.
-struct FromServer {
-    template <class Entity>
-    static void decode(JSONReader& reader, Entity& entity) {
-        try {
-            entity = ChatModel::ServerJSON<Entity>::decode(reader.raw());
-        } catch (const Foundation::DecodingError& error) {
-            throw error.below(reader.path());
-        }
-    }
-
-    template <class Entity>
-    static void decode(JSONReader& reader, std::optional<Entity>& entity) {
-        decode(reader, entity.emplace());
-    }
-};
-
-}  // namespace
+using tessel::FromServer;
 
 template <>
 constexpr auto Foundation::fields<Event> = std::tuple{

@@ -1,0 +1,122 @@
+#include "ChatModel/ServerJSON.h"
+#include "ChatModel/Timeline.h"
+#include "Foundation/JSONCoding.h"
+#include "tessel/FromServer.h"
+#include "tessel/Model.h"
+
+using ChatModel::ReactionSummary;
+using ChatModel::TimelineItem;
+using ChatModel::TimelineMessage;
+using ChatModel::Timeline::Input;
+using Foundation::defaulted;
+using Foundation::JSONReader;
+using Foundation::JSONWriter;
+using Foundation::optional;
+using Foundation::required;
+using tessel::FromServer;
+
+namespace {
+
+/// A calendar as {"timeZone":"Europe/Berlin"}.
+struct InTimeZone {
+    static void decode(JSONReader& reader, Time::Calendar& calendar) {
+        reader.object([&](std::string_view key, JSONReader& value) {
+            if (key != "timeZone") return;
+            calendar = Time::Calendar();
+            if (value.null()) return;
+            std::string name;
+            value.read(name);
+            const auto named = Time::Calendar::in(name);
+            if (!named) value.failExpecting("the name of a time zone");
+            calendar = *named;
+        });
+    }
+};
+
+}  // namespace
+
+template <>
+constexpr auto Foundation::fields<Input> = std::tuple{
+    defaulted<FromServer>("posts", &Input::posts),       defaulted<FromServer>("reactions", &Input::reactions),
+    defaulted("currentUserID", &Input::currentUserID),   optional("lastViewedAt", &Input::lastViewedAt),
+    defaulted("failedPostIDs", &Input::failedPostIDs),   defaulted("showsThreadFooters", &Input::showsThreadFooters),
+    defaulted<InTimeZone>("calendar", &Input::calendar),
+};
+
+template <>
+constexpr auto Foundation::fields<ReactionSummary> = std::tuple{
+    required("emojiName", &ReactionSummary::emojiName),
+    required("count", &ReactionSummary::count),
+    required("includesCurrentUser", &ReactionSummary::includesCurrentUser),
+};
+
+template <>
+inline constexpr std::array<std::string_view, 3> Foundation::wireNames<TimelineMessage::Delivery::Case> = {
+    "failed", "sent", "pending"};
+
+namespace tessel {
+
+namespace {
+
+void write(JSONWriter& writer, const TimelineMessage::Delivery& delivery) {
+    const std::string_view name = Foundation::wireName(delivery.kind);
+    if (delivery.message)
+        writer.beginObject().key(name).value(*delivery.message).endObject();
+    else
+        writer.value(name);
+}
+
+void write(JSONWriter& writer, const TimelineMessage& message) {
+    writer.beginObject();
+    writer.key("postID").value(message.post.id);
+    Foundation::ByType::encode(writer.key("reactions"), message.reactions);
+    writer.key("isContinuation").value(message.isContinuation);
+    write(writer.key("delivery"), message.delivery);
+    writer.key("showsThreadFooter").value(message.showsThreadFooter);
+    writer.key("isOwn").value(message.isOwn);
+    writer.endObject();
+}
+
+/// In milliseconds. The first day that has some of 64 bits starts before they do: digits are appended.
+void write(JSONWriter& writer, Foundation::Date day) {
+    const auto seconds = static_cast<std::int64_t>(day.secondsSince1970);
+    writer.raw(seconds == 0 ? "0" : std::to_string(seconds) + "000");
+}
+
+void write(JSONWriter& writer, const TimelineItem& item) {
+    writer.beginObject();
+    writer.key("id").value(item.id());
+    if (const auto* day = std::get_if<Foundation::Date>(&item.content))
+        write(writer.key("date"), *day);
+    else if (const auto* message = std::get_if<TimelineMessage>(&item.content))
+        write(writer.key("message"), *message);
+    else
+        writer.key("newMessages").value(true);
+    writer.endObject();
+}
+
+void timeline(JSONReader& reader, JSONWriter& writer) {
+    Input input;
+    Foundation::decode(reader, input);
+    writer.beginArray();
+    for (const auto& item : ChatModel::Timeline::items(std::move(input)))
+        write(writer, item);
+    writer.endArray();
+}
+
+void reactions(JSONReader& reader, JSONWriter& writer) {
+    const Members members(reader);
+    const auto given = members.optionallyDecoded("reactions", ChatModel::ServerJSON<ChatModel::Reaction>::decodeList);
+    const auto user = members.optionalText("currentUserID").value_or("");
+    const auto summaries = ReactionSummary::summarize(given.value_or(std::vector<ChatModel::Reaction>()), user);
+    Foundation::ByType::encode(writer, summaries);
+}
+
+}  // namespace
+
+const Operations& timelineOperations() {
+    static const Operations operations = {{"timeline", timeline}, {"reactions", reactions}};
+    return operations;
+}
+
+}  // namespace tessel
