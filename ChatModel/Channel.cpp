@@ -1,7 +1,6 @@
 #include "ChatModel/Channel.h"
 
 #include <algorithm>
-#include <vector>
 
 #include "ChatModel/EntityCoding.h"
 
@@ -30,23 +29,28 @@ namespace ChatModel {
 
 namespace {
 
+struct Pieces {
+    std::array<std::string_view, 2> first;  ///< the first two
+    std::size_t count = 0;
+};
+
 /// The pieces between the separators, empty ones left out.
-std::vector<std::string_view> pieces(std::string_view text, std::string_view separator) {
-    std::vector<std::string_view> found;
+Pieces pieces(std::string_view text, std::string_view separator) {
+    Pieces pieces;
     while (!text.empty()) {
         const std::size_t end = std::min(text.find(separator), text.size());
-        if (end > 0) found.push_back(text.substr(0, end));
+        if (end > 0 && pieces.count++ < pieces.first.size()) pieces.first[pieces.count - 1] = text.substr(0, end);
         text.remove_prefix(std::min(end + separator.size(), text.size()));
     }
-    return found;
+    return pieces;
 }
 
 }  // namespace
 
 std::optional<std::string> Channel::directPeerID(std::string_view currentUserID) const {
     if (kind != Kind::direct) return std::nullopt;
-    const auto users = pieces(name, "__");
-    if (users.size() != 2) return std::nullopt;
+    const auto [users, count] = pieces(name, "__");
+    if (count != users.size()) return std::nullopt;
     return std::string(users[0] != currentUserID ? users[0] : users[1]);
 }
 

@@ -8,9 +8,10 @@ namespace ChatModel {
 
 /// An entity and its JSON (RFC 8259), as the chat server's REST interface and its websocket send it. There is one for
 /// each of `JSONValue`, `Team`, `Channel`, `ChannelMember`, `User`, `CustomStatus`, `Post`, `Reaction`, `PostMetadata`,
-/// `MessageAttachment`, `CustomEmoji`, `UserThread`, `ThreadTotals`, `Preference`, `InteractiveDialog`, its `Element`,
-/// `DialogSubmitResult`, and of the `ReadReceipt` records `Summary`, `Reader`, `Details`, `ReadResult`; to decode
-/// alone, of `ClientConfig`, and to encode alone, of `MessageAttachment::Field`. Safe to call from several threads.
+/// `MessageAttachment`, `CustomEmoji`, `UserThread`, `ThreadTotals`, `Preference`, `SidebarCategory`,
+/// `OrderedSidebarCategories`, `InteractiveDialog`, its `Element`, `DialogSubmitResult`, and of the `ReadReceipt` records
+/// `Summary`, `Reader`, `Details`, `ReadResult`; to decode alone, of `ClientConfig`, and to encode alone, of
+/// `MessageAttachment::Field`. Safe to call from several threads.
 ///
 /// Decoding is strict where the entity's header does not say otherwise: a key without a default must be there and hold
 /// the right kind; null counts as missing for the others. Unknown keys are passed over, of equal keys the last counts.

@@ -5,6 +5,7 @@
 #include "ChatModel/Post.h"
 #include "ChatModel/ReadReceipt.h"
 #include "ChatModel/ServerJSON.h"
+#include "ChatModel/SidebarCategory.h"
 #include "ChatModel/Team.h"
 #include "ChatModel/User.h"
 #include "ChatModel/UserThread.h"
@@ -61,6 +62,8 @@ const Operations& decodeOperations() {
                                           {"thread-totals", decode<ChatModel::ThreadTotals>},
                                           {"client-config", decodeClientConfig},
                                           {"preference", decode<ChatModel::Preference>},
+                                          {"sidebar-category", decode<ChatModel::SidebarCategory>},
+                                          {"ordered-sidebar-categories", decode<ChatModel::OrderedSidebarCategories>},
                                           {"read-receipt-summary", decode<ChatModel::ReadReceipt::Summary>},
                                           {"read-receipt-reader", decode<ChatModel::ReadReceipt::Reader>},
                                           {"read-receipt-details", decode<ChatModel::ReadReceipt::Details>},

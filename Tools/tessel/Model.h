@@ -32,6 +32,9 @@ const Operations& settingOperations();
 /// The operations on read receipts and on interactive dialogs.
 const Operations& dialogOperations();
 
+/// The operation that assembles the sidebar.
+const Operations& sidebarOperations();
+
 /// The operation `decode TYPE`, by the type's name.
 const Operations& decodeOperations();
 

@@ -18,8 +18,9 @@ namespace {
 
 /// All operations but `decode`.
 std::vector<const tessel::Operations*> namedOperations() {
-    return {&tessel::pushOperations(), &tessel::ruleOperations(), &tessel::notificationOperations(),
-            &tessel::settingOperations(), &tessel::dialogOperations(), &tessel::timelineOperations()};
+    return {&tessel::pushOperations(),    &tessel::ruleOperations(),   &tessel::notificationOperations(),
+            &tessel::settingOperations(), &tessel::dialogOperations(), &tessel::timelineOperations(),
+            &tessel::sidebarOperations()};
 }
 
 /// What was asked for by name, out of all operations. A name that there is none of, and a type that is missing or too
