@@ -1,7 +1,5 @@
 #include "ChatModel/MentionText.h"
 
-#include <algorithm>
-
 #include "ChatModel/Words.h"
 
 namespace ChatModel::NotificationRules {
@@ -23,16 +21,13 @@ std::string mentionText(const Post& post, PlainText plainText) {
 }
 
 std::string withoutEmojiCodes(std::string_view text) {
-    const auto standsInName = [](char byte) { return isWordByte(byte) || byte == '+' || byte == '-'; };
     Words words(text);
     std::string rest;
     std::size_t kept = 0;
     std::size_t colon = text.find(':');
     while (colon != std::string_view::npos) {
         const std::size_t name = colon + 1;
-        const std::size_t end = std::min(
-            text.size(),
-            static_cast<std::size_t>(std::find_if_not(text.begin() + name, text.end(), standsInName) - text.begin()));
+        const std::size_t end = endOfEmojiName(text, name);
         const bool isCode = end > name && end < text.size() && text[end] == ':' && !words.hasCharacterBefore(colon) &&
                             words.characters().standsAlone(colon) && words.characters().standsAlone(end) &&
                             !words.hasCharacterAt(end + 1);

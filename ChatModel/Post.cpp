@@ -4,6 +4,7 @@
 
 #include "ChatModel/AttachmentCoding.h"
 #include "ChatModel/ReadReceipt.h"
+#include "ChatModel/Words.h"
 
 namespace ChatModel {
 
@@ -23,11 +24,6 @@ bool contains(const std::array<std::string_view, count>& types, std::string_view
     return std::find(types.begin(), types.end(), type) != types.end();
 }
 
-bool standsInEmojiName(char character) {
-    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
-           (character >= '0' && character <= '9') || character == '+' || character == '-' || character == '_';
-}
-
 /// Whether there is a colon in any of the texts. Without one, no attachment has to be made to find that none has an
 /// emoji; the colons of an object that is written out bound no name.
 bool holdsColon(const JSONValue& value) {
@@ -44,9 +40,7 @@ bool holdsColon(const JSONValue& value) {
 void collectEmojiNames(std::string_view text, std::set<std::string>& names) {
     for (std::size_t colon = text.find(':'); colon != std::string_view::npos; colon = text.find(':', colon)) {
         const std::size_t start = colon + 1;
-        std::size_t end = start;
-        while (end < text.size() && standsInEmojiName(text[end]))
-            ++end;
+        const std::size_t end = NotificationRules::endOfEmojiName(text, start);
         const bool isName = end > start && end < text.size() && text[end] == ':';
         if (isName) names.emplace(text.substr(start, end - start));
         // A colon that closes no name may open one.

@@ -13,6 +13,13 @@ constexpr bool isWordByte(char byte) {
     return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || (byte >= '0' && byte <= '9') || byte == '_';
 }
 
+/// Where the emoji's name that starts at the offset ends: the offset itself where none does.
+inline std::size_t endOfEmojiName(std::string_view text, std::size_t offset) {
+    while (offset < text.size() && (isWordByte(text[offset]) || text[offset] == '+' || text[offset] == '-'))
+        ++offset;
+    return offset;
+}
+
 /// Where a text's words are. Valid as long as the text is; quick when asked in rising order.
 class Words {
 public:

@@ -7,6 +7,7 @@
 
 using ChatModel::SidebarChannel;
 using ChatModel::SidebarSection;
+using ChatModel::Sidebar::Input;
 using Foundation::defaulted;
 using Foundation::JSONReader;
 using Foundation::JSONWriter;
@@ -15,15 +16,8 @@ using tessel::FromServer;
 
 namespace {
 
-/// What the operation reads: the fields of the sidebar's input, and what is asked beside.
-struct Input {
-    std::string currentUserID;
-    bool collapsedThreads = false;
-    std::vector<ChatModel::SidebarCategory> categories;
-    std::vector<ChatModel::Channel> channels;
-    std::vector<ChatModel::ChannelMember> members;
-    std::map<std::string, std::string, std::less<>> peerNames;
-    std::vector<ChatModel::Preference> preferences;
+/// What is asked beside the sidebar's input, in the same object.
+struct Question {
     std::string locale = "en";
     std::optional<std::string> selectedChannelID;
 };
@@ -35,8 +29,13 @@ constexpr auto Foundation::fields<Input> = std::tuple{
     defaulted("currentUserID", &Input::currentUserID),         defaulted("collapsedThreads", &Input::collapsedThreads),
     defaulted<FromServer>("categories", &Input::categories),   defaulted<FromServer>("channels", &Input::channels),
     defaulted<FromServer>("members", &Input::members),         defaulted("peerNames", &Input::peerNames),
-    defaulted<FromServer>("preferences", &Input::preferences), defaulted("locale", &Input::locale),
-    optional("selectedChannelID", &Input::selectedChannelID),
+    defaulted<FromServer>("preferences", &Input::preferences),
+};
+
+template <>
+constexpr auto Foundation::fields<Question> = std::tuple{
+    defaulted("locale", &Question::locale),
+    optional("selectedChannelID", &Question::selectedChannelID),
 };
 
 namespace tessel {
@@ -68,16 +67,9 @@ void write(JSONWriter& writer, const SidebarSection& section, const std::optiona
     writer.endObject();
 }
 
-std::vector<SidebarSection> sectionsOf(Input& input) {
+std::vector<SidebarSection> sectionsOf(Input input, const std::string& locale) {
     try {
-        return ChatModel::Sidebar::sections({.currentUserID = std::move(input.currentUserID),
-                                             .collapsedThreads = input.collapsedThreads,
-                                             .categories = std::move(input.categories),
-                                             .channels = std::move(input.channels),
-                                             .members = std::move(input.members),
-                                             .peerNames = std::move(input.peerNames),
-                                             .preferences = std::move(input.preferences)},
-                                            input.locale);
+        return ChatModel::Sidebar::sections(std::move(input), locale);
     } catch (const Text::UnknownLocale&) {
         refuse("locale", "expected the tag of a language that is known (BCP 47)");
     }
@@ -85,10 +77,12 @@ std::vector<SidebarSection> sectionsOf(Input& input) {
 
 void sidebar(JSONReader& reader, JSONWriter& writer) {
     Input input;
+    Question question;
     Foundation::decode(reader, input);
+    Foundation::decode(reader, question);
     writer.beginArray();
-    for (const auto& section : sectionsOf(input))
-        write(writer, section, input.selectedChannelID);
+    for (const auto& section : sectionsOf(std::move(input), question.locale))
+        write(writer, section, question.selectedChannelID);
     writer.endArray();
 }
 
