@@ -19,7 +19,7 @@ constexpr std::size_t mostSteps = 1U << 20;
 
 /// The case in which the keys' comparable forms are.
 constexpr std::size_t lowered(std::size_t byte, Text::Case sensitivity) {
-    return sensitivity == Text::Case::insensitive && byte >= 'A' && byte <= 'Z' ? byte + ('a' - 'A') : byte;
+    return sensitivity == Text::Case::insensitive ? Text::loweredASCII(static_cast<char32_t>(byte)) : byte;
 }
 
 /// What is known of bytes whatever the keys are.

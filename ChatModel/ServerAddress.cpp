@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 
+#include "Text/Characters.h"
 #include "Text/WhiteSpace.h"
 
 using Foundation::URL;
@@ -14,7 +15,7 @@ namespace {
 /// Byte by byte, in ASCII, whatever the locale.
 std::string lowerCased(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(), [](char character) {
-        return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
+        return static_cast<char>(Text::loweredASCII(static_cast<char32_t>(character)));
     });
     return text;
 }

@@ -8,6 +8,7 @@
 
 #include <re2/re2.h>
 
+#include "Babble.h"
 #include "ChatModel/NotificationRules.h"
 #include "ChatModel/ServerJSON.h"
 #include "Page.h"
@@ -57,14 +58,7 @@ struct Babble {
 
 Babble babble() {
     std::mt19937 random;  // NOLINT(cert-msc51-cpp): the same text each time
-    const auto word = [&] {
-        constexpr std::string_view syllables[] = {"ka", "to", "mi",  "ren", "sol", "da", "per", "vin",
-                                                  "lo", "es", "tra", "ing", "the", "on", "at",  "er"};
-        std::string made;
-        for (auto length = 1 + random() % 4; length > 0; --length)
-            made += syllables[random() % std::size(syllables)];
-        return made;
-    };
+    const auto word = [&] { return babbledWord(random); };
     Babble babble;
     while (babble.text.size() < 100'000)
         babble.text += word() + ' ';

@@ -12,6 +12,7 @@
 #include <unicode/ucol.h>
 #include <unicode/ustring.h>
 
+#include "Babble.h"
 #include "ChatModel/Sidebar.h"
 #include "Support/Comparison.h"
 
@@ -29,11 +30,7 @@ using ChatModel::Sidebar::Input;
 Input inputOf(std::size_t count) {
     std::mt19937 random;  // NOLINT(cert-msc51-cpp): the same sidebar each time
     const auto word = [&] {
-        constexpr std::string_view syllables[] = {"ka", "to", "mi",  "ren", "sol", "da", "per", "vin",
-                                                  "lo", "es", "tra", "ing", "the", "on", "at",  "er"};
-        std::string made;
-        for (auto length = 1 + random() % 4; length > 0; --length)
-            made += syllables[random() % std::size(syllables)];
+        std::string made = babbledWord(random);
         made.front() = static_cast<char>(made.front() - 'a' + 'A');
         return made;
     };

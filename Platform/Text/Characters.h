@@ -28,6 +28,11 @@ inline bool isASCII(char byte) {
     return (byte & 0x80) == 0;
 }
 
+/// The small letter of a capital one of ASCII; any other as it is, whatever the locale.
+constexpr char32_t loweredASCII(char32_t scalar) {
+    return scalar >= 'A' && scalar <= 'Z' ? scalar + ('a' - 'A') : scalar;
+}
+
 Character characterBeyondASCII(std::string_view text, std::size_t start, Case sensitivity);
 
 /// The character that starts at the offset, a boundary between characters in front of the text's end. As all functions
@@ -37,8 +42,8 @@ inline Character characterAt(std::string_view text, std::size_t start, Case sens
     const std::size_t end = start + 1;
     const bool isAlone = end == text.size() || (isASCII(text[end]) && byte != '\r');
     if (!isASCII(byte) || !isAlone) return characterBeyondASCII(text, start, sensitivity);
-    const bool isLowered = sensitivity == Case::insensitive && byte >= 'A' && byte <= 'Z';
-    return {end, static_cast<char32_t>(isLowered ? byte + ('a' - 'A') : byte), true};
+    const auto scalar = static_cast<char32_t>(byte);
+    return {end, sensitivity == Case::insensitive ? loweredASCII(scalar) : scalar, true};
 }
 
 /// How many characters the text has; ill-formed bytes stand as U+FFFD.

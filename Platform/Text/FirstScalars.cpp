@@ -10,6 +10,8 @@
 #include <unicode/unistr.h>
 #include <unicode/utf8.h>
 
+#include "Text/Characters.h"
+
 namespace Text {
 
 namespace {
@@ -101,8 +103,7 @@ void FirstScalars::insert(char32_t first) {
         seconds_[spelling.lead] |= spelling.seconds;
         thirds_[spelling.lead] |= spelling.thirds;
     };
-    char32_t form = first;
-    if (first >= 'A' && first <= 'Z') form += 'a' - 'A';
+    char32_t form = loweredASCII(first);
     if (first >= 0x80) {
         form = folded(static_cast<UChar32>(first));
         // Marks change their places in a form: a character of marks alone may start with any of them. And what stands
