@@ -1,0 +1,200 @@
+#include "Desktop/NotificationCenter.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "Desktop/Log.h"
+#include "Foundation/CocoaError.h"
+
+namespace Desktop {
+
+using ChatModel::PushPayload;
+using Kind = PushPayload::Kind;
+using std::chrono::milliseconds;
+
+namespace {
+
+/// Some servers refuse the same notification twice in a second.
+constexpr milliseconds firstDelay{1'100};
+constexpr milliseconds longestDelay{60'000};
+
+/// After which a server that does not answer is taken to hang.
+constexpr milliseconds patience{10'000};
+
+constexpr const char* openAction = "open";
+constexpr std::size_t mostJustClosed = 32;
+
+}  // namespace
+
+NotificationCenter::NotificationCenter(EventLoop& loop, Bus& bus, std::filesystem::path shown,
+                                       std::function<void()> changed)
+    : loop_(loop),
+      daemon_(bus, *this),
+      client_(bus),
+      badge_(bus),
+      file_(std::move(shown)),
+      changed_(std::move(changed)),
+      delay_(firstDelay) {}
+
+/// What the server has not answered to is still to be shown.
+NotificationCenter::~NotificationCenter() {
+    for (const auto& item : beingShown_) {
+        try {
+            if (item->entry) Spool::unmarked(*item->entry);
+        } catch (const Foundation::CocoaError&) {
+            // It has been unmarked.
+        }
+    }
+}
+
+void NotificationCenter::present(Delivery delivery, Spool::Entry entry, std::function<void()> done) {
+    waiting_.push_back(std::make_shared<Item>(Item{std::move(delivery), std::move(entry), std::move(done), {}, {}}));
+    presentWaiting();
+}
+
+void NotificationCenter::tellError(std::string summary, std::string text) {
+    waiting_.push_back(std::make_shared<Item>(Item{{}, std::nullopt, [] {}, std::move(summary), std::move(text)}));
+    presentWaiting();
+}
+
+void NotificationCenter::daemonStarted() {
+    delay_ = firstDelay;
+    presentWaiting();
+}
+
+void NotificationCenter::presentWaiting() {
+    if (waiting_.empty() || isPreparing_) return;
+    if (!daemon_.isReady()) {
+        isPreparing_ = true;
+        watch();
+        return daemon_.prepare([this](const std::string* error) {
+            isPreparing_ = false;
+            if (error != nullptr) return tellAndRetry(*error);
+            shown_.emplace(file_, daemon_.identity());
+            presentWaiting();
+        });
+    }
+    for (auto items = std::exchange(waiting_, {}); const auto& item : items)
+        present(item);
+}
+
+void NotificationCenter::present(const Shared& item) {
+    if (!item->entry) return show(item, Notification::error(item->summary, item->text, daemon_.abilities()));
+    const auto& [content, sender, push, isVerified] = item->delivery;
+    if (isVerified && content.badge) badge_.show(*content.badge);
+    if (isVerified && push->kind == Kind::clear) closeClearedBy(*push);
+    const auto notification = Notification::of(item->delivery, daemon_.abilities());
+    if (!notification) return finish(item);
+    show(item, *notification);
+}
+
+void NotificationCenter::show(const Shared& item, const Notification& notification) {
+    std::uint32_t replaced = 0;
+    const auto& thread = item->delivery.content.threadIdentifier;
+    if (!thread.empty() && !daemon_.abilities().keeps)
+        replaced = static_cast<std::uint32_t>(shown_->lastInThread(thread).value_or(0));
+    if (item->entry) item->entry = Spool::marked(*item->entry);
+    beingShown_.insert(item);
+    watch();
+    daemon_.show(notification, replaced, [this, item](std::optional<std::uint32_t> number, const std::string& error) {
+        if (beingShown_.erase(item) == 0) return;
+        if (number) return shown(item, *number);
+        refused(item, error);
+    });
+}
+
+void NotificationCenter::shown(const Shared& item, std::uint32_t number) {
+    delay_ = firstDelay;
+    hasTold_ = false;
+    if (item->entry) {
+        const auto& content = item->delivery.content;
+        shown_->add(ShownNotification::of(number, content.threadIdentifier, content.userInfo));
+    }
+    open_.insert(number);
+    finish(item);
+}
+
+void NotificationCenter::refused(const Shared& item, const std::string& error) {
+    if (item->entry) item->entry = Spool::unmarked(*item->entry);
+    // It may be the picture that the server does not take.
+    if (item->delivery.sender) item->delivery.sender->image.reset();
+    waiting_.push_front(item);
+    tellAndRetry(error);
+}
+
+void NotificationCenter::finish(const Shared& item) {
+    if (item->entry) Spool::remove(*item->entry);
+    item->done();
+    changed_();
+}
+
+void NotificationCenter::closeClearedBy(const PushPayload& push) {
+    for (const std::int64_t number : shown_->clear(push)) {
+        open_.erase(static_cast<std::uint32_t>(number));
+        daemon_.close(static_cast<std::uint32_t>(number));
+    }
+}
+
+void NotificationCenter::closed(std::uint32_t number) {
+    open_.erase(number);
+    if (auto removed = shown_ ? shown_->remove(number) : std::nullopt) {
+        justClosed_.push_back(*std::move(removed));
+        if (justClosed_.size() > mostJustClosed) justClosed_.pop_front();
+    }
+    changed_();
+}
+
+std::optional<ShownNotification> NotificationCenter::shownWith(std::uint32_t number) const {
+    if (auto found = shown_ ? shown_->find(number) : std::nullopt) return found;
+    const auto found = std::find_if(justClosed_.rbegin(), justClosed_.rend(),
+                                    [&](const auto& closed) { return closed.number == number; });
+    return found == justClosed_.rend() ? std::nullopt : std::optional(*found);
+}
+
+void NotificationCenter::chosen(std::uint32_t number, const std::string& key, const std::string& token) {
+    const auto shown = shownWith(number);
+    if (!shown) return;
+    const bool isReply = key == PushPayload::replyAction;
+    if (!isReply && key != Notification::openKey) return;
+    activate(isReply ? PushPayload::replyAction : openAction, shown->push, token, "Tessel could not be opened",
+             "The chat client cannot be started.");
+}
+
+void NotificationCenter::replied(std::uint32_t number, const std::string& text) {
+    const auto shown = shownWith(number);
+    if (!shown) return;
+    auto parameter = shown->push;
+    parameter["text"] = text;
+    activate(PushPayload::replyAction, parameter, "", "Your reply was not sent", text);
+}
+
+void NotificationCenter::activate(std::string_view action, const Foundation::Dictionary& parameter,
+                                  const std::string& token, std::string summary, std::string text) {
+    ++answers_;
+    client_.activate(action, parameter, token,
+                     [this, summary = std::move(summary), text = std::move(text)](const std::string& error) {
+                         --answers_;
+                         if (!error.empty()) {
+                             log().error("The client did not take an answer: ", os::Public{error});
+                             tellError(summary, text);
+                         }
+                         changed_();
+                     });
+}
+
+void NotificationCenter::tellAndRetry(const std::string& error) {
+    if (!std::exchange(hasTold_, true)) log().error("Notifications cannot be shown for now: ", os::Public{error});
+    retry_ = loop_.after(std::exchange(delay_, std::min(delay_ * 2, longestDelay)), [this] { presentWaiting(); });
+}
+
+void NotificationCenter::watch() {
+    watchdog_ = loop_.after(patience, [this] {
+        if (beingShown_.empty() && !isPreparing_) return;
+        if (!std::exchange(hasTold_, true)) log().error("The notification server does not answer");
+        // Should this process end now, a later one is to show them.
+        for (const auto& item : beingShown_)
+            if (item->entry) item->entry = Spool::unmarked(*item->entry);
+    });
+}
+
+}  // namespace Desktop

@@ -1,0 +1,87 @@
+#pragma once
+
+#include <chrono>
+#include <deque>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+
+#include "Desktop/Client.h"
+#include "Desktop/Delivery.h"
+#include "Desktop/LauncherBadge.h"
+#include "Desktop/NotificationDaemon.h"
+#include "Desktop/ShownNotifications.h"
+#include "Desktop/Spool.h"
+
+namespace Desktop {
+
+/// Does with pushes what they are for: shows them, closes what they clear, puts their badge on the client's icon, and
+/// takes the user's answer to the client. What cannot be shown now is shown as soon as it can be.
+class NotificationCenter : private NotificationDaemon::Listener {
+public:
+    /// `shown` is the file of the notifications that are shown. `changed` is called whenever less is to be done.
+    NotificationCenter(EventLoop& loop, Bus& bus, std::filesystem::path shown, std::function<void()> changed);
+    ~NotificationCenter() override;
+
+    /// Does what the push is for, removes it from the spool, and calls `done`.
+    void present(Delivery delivery, Spool::Entry entry, std::function<void()> done);
+
+    /// How many are still to be presented.
+    std::size_t waiting() const { return waiting_.size() + beingShown_.size(); }
+
+    /// Whether the user may still answer one of those that this object has shown, or an answer is on its way.
+    bool mayBeAnswered() const { return !open_.empty() || answers_ > 0; }
+
+private:
+    struct Item {
+        Delivery delivery;
+        std::optional<Spool::Entry> entry;  ///< absent for an error that the user is told
+        std::function<void()> done;
+        std::string summary, text;  ///< of the error
+    };
+    using Shared = std::shared_ptr<Item>;
+
+    void daemonStarted() override;
+    void closed(std::uint32_t number) override;
+    void chosen(std::uint32_t number, const std::string& key, const std::string& token) override;
+    void replied(std::uint32_t number, const std::string& text) override;
+
+    void presentWaiting();
+    void present(const Shared& item);
+    void show(const Shared& item, const Notification& notification);
+    void shown(const Shared& item, std::uint32_t number);
+    void refused(const Shared& item, const std::string& error);
+    void finish(const Shared& item);
+    void closeClearedBy(const ChatModel::PushPayload& push);
+    void tellError(std::string summary, std::string text);
+
+    std::optional<ShownNotification> shownWith(std::uint32_t number) const;
+    void activate(std::string_view action, const Foundation::Dictionary& parameter, const std::string& token,
+                  std::string summary, std::string text);
+
+    /// One line for as long as nothing can be shown; tried again ever more rarely.
+    void tellAndRetry(const std::string& error);
+    void watch();
+
+    EventLoop& loop_;
+    NotificationDaemon daemon_;
+    Client client_;
+    LauncherBadge badge_;
+    std::filesystem::path file_;
+    std::function<void()> changed_;
+
+    std::deque<Shared> waiting_;
+    std::set<Shared> beingShown_;  ///< the server has been told, and has not answered
+    std::optional<ShownNotifications> shown_;
+    std::set<std::uint32_t> open_;              ///< of those that were shown by this object
+    std::deque<ShownNotification> justClosed_;  ///< some servers tell of an answer behind the end
+    std::size_t answers_ = 0;                   ///< that the client has not taken yet
+    bool isPreparing_ = false, hasTold_ = false;
+    std::chrono::milliseconds delay_;
+    EventLoop::Source retry_, watchdog_;
+};
+
+}  // namespace Desktop

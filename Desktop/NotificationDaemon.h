@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "Desktop/Bus.h"
+#include "Desktop/Notification.h"
+
+namespace Desktop {
+
+/// The desktop's notification server: `org.freedesktop.Notifications` on the session bus, as the Desktop Notifications
+/// Specification 1.2 has it. All answers come in the loop; a server that hangs answers when it goes on, or, with an
+/// error, when it goes.
+class NotificationDaemon {
+public:
+    /// Which of all servers that ever ran: what has numbers of another one's is no notification of this one.
+    using Identity = std::string;
+
+    struct Listener {
+        virtual ~Listener() = default;
+        /// A server, or another one than before, is there.
+        virtual void daemonStarted() = 0;
+        virtual void closed(std::uint32_t notification) = 0;
+        /// The user has chosen an action, by its key. The token lets the client come to the front; empty for none.
+        virtual void chosen(std::uint32_t notification, const std::string& key, const std::string& token) = 0;
+        virtual void replied(std::uint32_t notification, const std::string& text) = 0;
+    };
+
+    /// The listener must outlive this.
+    NotificationDaemon(Bus& bus, Listener& listener);
+
+    /// Gets ready to show: answers with nothing, or with why that cannot be. The bus starts a server where it can.
+    void prepare(std::function<void(const std::string* error)> answer);
+    bool isReady() const { return abilities_.has_value(); }
+
+    /// Of the server that was there when it was last ready.
+    const Abilities& abilities() const { return *abilities_; }
+    const Identity& identity() const { return identity_; }
+
+    /// Shows a notification, in place of another one where `replaced` is none of 0. Answers with its number, or with the
+    /// name of an error.
+    using Answer = std::function<void(std::optional<std::uint32_t> number, const std::string& error)>;
+    void show(const Notification& notification, std::uint32_t replaced, Answer answer);
+
+    void close(std::uint32_t notification);
+
+private:
+    void listen();
+    void ownerChanged(const std::string& owner);
+
+    Bus& bus_;
+    Listener& listener_;
+    std::unique_ptr<sdbus::IProxy> daemon_, dbus_;
+    std::optional<Abilities> abilities_;
+    Identity identity_;
+    std::string owner_, busID_;
+    std::pair<std::uint32_t, std::string> token_;  ///< the last one, and for which notification
+};
+
+}  // namespace Desktop

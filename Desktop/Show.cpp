@@ -1,0 +1,67 @@
+#include "Desktop/Show.h"
+
+#include <chrono>
+
+#include <unistd.h>
+
+#include "Desktop/Bus.h"
+#include "Desktop/ExitStatus.h"
+#include "Desktop/Log.h"
+#include "Desktop/NotificationCenter.h"
+#include "Desktop/PushQueue.h"
+#include "Desktop/Spool.h"
+#include "Desktop/StateDirectory.h"
+#include "ExtensionHost/PushInput.h"
+#include "Foundation/JSONWriter.h"
+
+namespace Desktop {
+
+namespace {
+
+/// For a server that refuses at first, and for one that is slow to start.
+constexpr std::chrono::seconds patience{45};
+
+Foundation::Data json(const Foundation::Dictionary& payload) {
+    Foundation::JSONWriter writer;
+    write(writer, payload);
+    return Foundation::bytes(writer.text());
+}
+
+/// Whether all were shown in time.
+bool show(const std::vector<Spool::Entry>& entries, const std::filesystem::path& state,
+          const std::filesystem::path& extension) {
+    bool isShown = false;
+    try {
+        EventLoop loop;
+        Bus bus(loop);
+        NotificationCenter center(loop, bus, state / shownNotifications, [] {});
+        PushQueue queue(loop, center, extension, [&] {
+            isShown = queue.isEmpty();
+            if (isShown) loop.leave();
+        });
+        for (const auto& entry : entries)
+            queue.add(entry);
+        const auto limit = loop.after(patience, [&] { loop.leave(); });
+        if (!queue.isEmpty()) loop.run();
+    } catch (const sdbus::Error& error) {
+        log().error("There is no session bus, and so nothing is shown: ", os::Public{error.getName()});
+    }
+    return isShown;
+}
+
+}  // namespace
+
+int show(const std::vector<std::string>& files, const std::filesystem::path& extension) {
+    const auto state = stateDirectory();
+    Spool spool(state / spoolDirectory, "show-" + std::to_string(::getpid()));
+    std::vector<Spool::Entry> entries;
+    const bool isGood = ExtensionHost::PushInput(files).read([&](const ExtensionHost::Push& push) {
+        entries.push_back(spool.add(json(push.payload)));
+        return true;
+    });
+
+    if (!entries.empty() && !show(entries, state, extension)) return notShown;
+    return isGood ? done : someInputWasBad;
+}
+
+}  // namespace Desktop

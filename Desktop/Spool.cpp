@@ -1,0 +1,104 @@
+#include "Desktop/Spool.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <array>
+#include <chrono>
+#include <cstdio>
+
+#include <fcntl.h>
+#include <sys/file.h>
+
+#include "Desktop/Log.h"
+#include "Foundation/Files.h"
+
+namespace Desktop {
+
+namespace Files = Foundation::Files;
+using Foundation::CocoaError;
+using Foundation::Descriptor;
+
+namespace {
+
+constexpr const char* waiting = ".json";
+constexpr const char* beingShown = ".showing";
+
+/// The directory, locked; none where another process has locked it.
+std::optional<Descriptor> locked(const std::filesystem::path& directory) {
+    Descriptor descriptor(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!descriptor.isOpen()) throw CocoaError(CocoaError::Operation::read, errno, directory);
+    if (::flock(descriptor.number(), LOCK_EX | LOCK_NB) != 0) return std::nullopt;
+    return descriptor;
+}
+
+void moveFile(const std::filesystem::path& from, const std::filesystem::path& to) {
+    if (::rename(from.c_str(), to.c_str()) != 0) throw CocoaError(CocoaError::Operation::write, errno, to);
+}
+
+}  // namespace
+
+Spool::Spool(const std::filesystem::path& directory, const std::string& name)
+    : directory_(directory), path_(directory / name) {
+    Files::createDirectory(path_);
+    auto lock = locked(path_);
+    if (!lock) throw CocoaError(CocoaError::Operation::write, EAGAIN, path_);
+    lock_ = std::move(*lock);
+}
+
+Spool::Entry Spool::add(const Foundation::Data& push) {
+    using namespace std::chrono;
+    // Names sort as the pushes came, and one that comes in the same moment, or after the clock was set back, behind.
+    const auto now = duration_cast<nanoseconds>(system_clock::now().time_since_epoch()).count();
+    last_ = std::max(last_ + 1, static_cast<std::uint64_t>(now));
+    std::array<char, 32> name{};
+    std::snprintf(name.data(), name.size(), "%020ju", static_cast<std::uintmax_t>(last_));
+    Entry entry = path_ / (name.data() + std::string(waiting));
+    Files::AtomicWrite(entry, push).commit();
+    return entry;
+}
+
+std::vector<Spool::Entry> Spool::entries() {
+    std::vector<Entry> entries;
+    for (const auto& name : Files::names(path_)) {
+        const Entry entry = path_ / name;
+        if (entry.extension() == waiting) entries.push_back(entry);
+        if (entry.extension() != beingShown) continue;
+        log().log("A push was being shown when an earlier process ended; it is not shown again");
+        remove(entry);
+    }
+    std::sort(entries.begin(), entries.end());
+    if (!entries.empty())
+        last_ = std::max<std::uint64_t>(last_, std::strtoull(entries.back().stem().c_str(), nullptr, 10));
+    return entries;
+}
+
+void Spool::adopt() {
+    for (const auto& name : Files::names(directory_)) {
+        const auto other = directory_ / name;
+        if (other == path_ || !std::filesystem::is_directory(other)) continue;
+        const auto lock = locked(other);
+        if (!lock) continue;
+        for (const auto& entry : Files::names(other))
+            moveFile(other / entry, path_ / entry);
+        std::error_code ignored;
+        std::filesystem::remove(other, ignored);
+    }
+}
+
+void Spool::remove(const Entry& entry) {
+    Files::remove(entry);
+}
+
+Spool::Entry Spool::marked(const Entry& entry) {
+    Entry target = entry;
+    moveFile(entry, target.replace_extension(beingShown));
+    return target;
+}
+
+Spool::Entry Spool::unmarked(const Entry& entry) {
+    Entry target = entry;
+    moveFile(entry, target.replace_extension(waiting));
+    return target;
+}
+
+}  // namespace Desktop

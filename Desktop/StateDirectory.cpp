@@ -1,0 +1,24 @@
+#include "Desktop/StateDirectory.h"
+
+#include <cerrno>
+
+#include "Foundation/Files.h"
+#include "Foundation/GroupContainer.h"
+
+namespace Desktop {
+
+std::filesystem::path stateDirectory() {
+    std::filesystem::path directory;
+    // A relative one is to be ignored.
+    if (const auto state = Foundation::environmentVariable("XDG_STATE_HOME"); state && state->starts_with('/'))
+        directory = *state;
+    else if (const auto home = Foundation::environmentVariable("HOME"))
+        directory = std::filesystem::path(*home) / ".local/state";
+    else
+        throw Foundation::CocoaError(Foundation::CocoaError::Operation::write, ENOENT, "~/.local/state");
+    directory /= "tessel";
+    Foundation::Files::createDirectory(directory);
+    return directory;
+}
+
+}  // namespace Desktop

@@ -1,0 +1,57 @@
+#include <csignal>
+#include <exception>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "Bundle/ExtensionBundle.h"
+#include "Desktop/ExitStatus.h"
+#include "Desktop/Log.h"
+#include "Desktop/Show.h"
+#include "ExtensionHost/CommandLine.h"
+#include "Foundation/FatalError.h"
+#include "Foundation/StandardStreams.h"
+
+namespace {
+
+/// The extension's program, in the bundle given or found.
+std::filesystem::path extensionProgram(const std::string& bundle) {
+    const auto path = Foundation::extensionBundlePath(bundle);
+    const auto program = path / "Contents/MacOS/TesselMacNotificationService";
+    std::error_code ignored;
+    if (!std::filesystem::exists(program, ignored))
+        Foundation::fatalError("there is no extension bundle at " + path.string(), "tessel-desktop");
+    return program;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Foundation::holdStandardStreams();
+    std::string bundle;
+    std::vector<std::string> files;
+    CLI::App app(
+        "The desktop's part: receives pushes, has the extension rewrite them, shows them, and takes the "
+        "user's answer to the client. Without a subcommand it is the service that the bus starts.",
+        "tessel-desktop");
+    app.set_version_flag("--version", std::string(TESSEL_VERSION));
+    app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    app.failure_message([](const CLI::App*, const CLI::Error& error) { return ExtensionHost::usageError(error); });
+    app.add_option("--bundle", bundle, "The extension's bundle")->type_name("PATH");
+    CLI::App* show = app.add_subcommand("show", "Shows pushes, JSON objects one per line, as notifications");
+    show->add_option("--bundle", bundle, "The extension's bundle")->type_name("PATH");
+    show->add_option("FILE", files, "Files with payloads; standard input for - and where there is none")
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    try {
+        app.parse(argc, argv);
+        std::signal(SIGPIPE, SIG_IGN);
+        return Desktop::show(files, extensionProgram(bundle));
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? Desktop::done : Desktop::wrongUsage;
+    } catch (const std::exception& error) {
+        Desktop::log().error("The desktop's part stopped: ", os::Public{error.what()});
+        return Desktop::notShown;
+    }
+}
