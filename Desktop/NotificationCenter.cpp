@@ -109,8 +109,8 @@ void NotificationCenter::shown(const Shared& item, std::uint32_t number) {
     if (item->entry) {
         const auto& content = item->delivery.content;
         shown_->add(ShownNotification::of(number, content.threadIdentifier, content.userInfo));
+        open_.insert(number);
     }
-    open_.insert(number);
     finish(item);
 }
 

@@ -1,3 +1,4 @@
+#include <chrono>
 #include <csignal>
 #include <exception>
 #include <filesystem>
@@ -9,7 +10,9 @@
 #include "Bundle/ExtensionBundle.h"
 #include "Desktop/ExitStatus.h"
 #include "Desktop/Log.h"
+#include "Desktop/Service.h"
 #include "Desktop/Show.h"
+#include "Desktop/StateDirectory.h"
 #include "ExtensionHost/CommandLine.h"
 #include "Foundation/FatalError.h"
 #include "Foundation/StandardStreams.h"
@@ -26,12 +29,21 @@ std::filesystem::path extensionProgram(const std::string& bundle) {
     return program;
 }
 
+int serve(const std::filesystem::path& program, double idle) {
+    const std::chrono::duration<double> seconds(idle);
+    Desktop::Service service(Desktop::stateDirectory(), program,
+                             std::chrono::duration_cast<std::chrono::milliseconds>(seconds));
+    service.run();
+    return Desktop::done;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     Foundation::holdStandardStreams();
     std::string bundle;
     std::vector<std::string> files;
+    double idle = 30;
     CLI::App app(
         "The desktop's part: receives pushes, has the extension rewrite them, shows them, and takes the "
         "user's answer to the client. Without a subcommand it is the service that the bus starts.",
@@ -40,6 +52,10 @@ int main(int argc, char** argv) {
     app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     app.failure_message([](const CLI::App*, const CLI::Error& error) { return ExtensionHost::usageError(error); });
     app.add_option("--bundle", bundle, "The extension's bundle")->type_name("PATH");
+    app.add_option("--idle", idle, "Seconds without anything to do after which the service ends")
+        ->check(CLI::Range(0.1, 86'400.0))
+        ->type_name("SECONDS")
+        ->capture_default_str();
     CLI::App* show = app.add_subcommand("show", "Shows pushes, JSON objects one per line, as notifications");
     show->add_option("--bundle", bundle, "The extension's bundle")->type_name("PATH");
     show->add_option("FILE", files, "Files with payloads; standard input for - and where there is none")
@@ -47,7 +63,8 @@ int main(int argc, char** argv) {
     try {
         app.parse(argc, argv);
         std::signal(SIGPIPE, SIG_IGN);
-        return Desktop::show(files, extensionProgram(bundle));
+        const auto program = extensionProgram(bundle);
+        return show->parsed() ? Desktop::show(files, program) : serve(program, idle);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? Desktop::done : Desktop::wrongUsage;
     } catch (const std::exception& error) {

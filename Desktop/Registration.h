@@ -1,0 +1,23 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace Desktop {
+
+/// How this user's pushes come here: what is known of the registration with a UnifiedPush distributor.
+struct Registration {
+    std::string token;                       ///< ours, by which the distributor names the registration; 32 digits
+    std::optional<std::string> distributor;  ///< its bus name
+    std::optional<std::string> endpoint;     ///< the URL that the chat server is to push to
+
+    /// The registration that is kept in the directory, else a new one that has only a token. A file that cannot be
+    /// understood counts as none. Throws `Foundation::CocoaError`.
+    static Registration load(const std::filesystem::path& directory);
+    void save(const std::filesystem::path& directory) const;
+
+    friend bool operator==(const Registration&, const Registration&) = default;
+};
+
+}  // namespace Desktop

@@ -1,0 +1,130 @@
+#include "Desktop/Service.h"
+
+#include <cerrno>
+#include <csignal>
+#include <stdexcept>
+#include <string_view>
+#include <thread>
+#include <utility>
+
+#include "Desktop/Log.h"
+#include "Desktop/StateDirectory.h"
+#include "Foundation/CocoaError.h"
+#include "Foundation/URL.h"
+
+namespace Desktop {
+
+namespace {
+
+constexpr std::size_t longestEndpoint = 1000;  // as distributors promise
+
+/// Calls come from here on; they wait for the loop.
+std::string takeName(Bus& bus, const std::string& name) {
+    try {
+        bus.connection().requestName(name);
+    } catch (const sdbus::Error&) {
+        throw std::runtime_error("another process already serves " + name);
+    }
+    return name;
+}
+
+/// The service's spool. A process that is just ending may have it for a moment.
+Spool openSpool(const std::filesystem::path& state) {
+    constexpr int attempts = 100;
+    constexpr std::chrono::milliseconds pause{50};
+    for (int attempt = 1;; ++attempt) {
+        try {
+            return Spool(state / spoolDirectory, "service");
+        } catch (const Foundation::CocoaError& error) {
+            if (error.posixCode() != EAGAIN || attempt == attempts) throw;
+        }
+        std::this_thread::sleep_for(pause);
+    }
+}
+
+}  // namespace
+
+Service::Service(std::filesystem::path state, std::filesystem::path extension, std::chrono::milliseconds idle)
+    : state_(std::move(state)),
+      idle_(idle),
+      bus_(loop_),
+      name_(takeName(bus_, busName)),
+      spool_(openSpool(state_)),
+      registration_(Registration::load(state_)),
+      center_(loop_, bus_, state_ / shownNotifications, [this] { restartIdleTime(); }),
+      queue_(loop_, center_, std::move(extension), [this] { restartIdleTime(); }),
+      connector_(bus_, *this),
+      distributor_(bus_, name_) {}
+
+void Service::run() {
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP})
+        signals_.push_back(loop_.onSignal(signal, [this] { loop_.leave(); }));
+    registration_.save(state_);
+    distributor_.registerWith(registration_.distributor, registration_.token, [this](const std::string& distributor) {
+        registration_.distributor = distributor;
+        registration_.save(state_);
+    });
+    spool_.adopt();
+    for (const auto& entry : spool_.entries())
+        queue_.add(entry);
+    restartIdleTime();
+    loop_.run();
+}
+
+bool Service::isOurs(const std::string& token) const {
+    const bool isOurs = token == registration_.token;
+    if (!isOurs) log().log("The push distributor named a token that is not known");
+    return isOurs;
+}
+
+void Service::received(const std::string& token, const Foundation::Data& message) {
+    if (!isOurs(token)) return;
+    arrived_.push_back(spool_.add(message));
+    arrival_ = loop_.after({}, [this] { takeArrived(); });
+}
+
+void Service::takeArrived() {
+    for (auto arrived = std::exchange(arrived_, {}); const auto& entry : arrived)
+        queue_.add(entry);
+    restartIdleTime();
+}
+
+void Service::endpointChanged(const std::string& token, const std::string& endpoint) {
+    if (!isOurs(token)) return;
+    const auto url = Foundation::URL::parse(endpoint);
+    const bool isGood = url && endpoint.size() <= longestEndpoint &&
+                        (endpoint.starts_with("https://") || endpoint.starts_with("http://"));
+    if (!isGood) return log().error("The push distributor gave an endpoint that is no address of the web");
+    registration_.endpoint = endpoint;
+    registration_.save(state_);
+    restartIdleTime();
+}
+
+void Service::unregistered(const std::string& token) {
+    // Version 1 confirms with an empty token what was asked for; nobody here asks.
+    if (token.empty() || !isOurs(token)) return;
+    registration_.endpoint.reset();
+    registration_.save(state_);
+    restartIdleTime();
+}
+
+bool Service::isIdle() const {
+    return arrived_.empty() && queue_.isEmpty() && center_.waiting() == 0 && !center_.mayBeAnswered();
+}
+
+void Service::restartIdleTime() {
+    idleTimer_ = loop_.after(idle_, [this] { endIfIdle(); });
+}
+
+/// What comes from now on has the bus start another process; what has come until then is still ours.
+void Service::endIfIdle() {
+    if (!isIdle()) return restartIdleTime();
+    bus_.connection().releaseName(name_);
+    while (bus_.connection().processPendingRequest())
+        continue;
+    if (isIdle()) return loop_.leave();
+    bus_.connection().requestName(name_);
+    restartIdleTime();
+}
+
+}  // namespace Desktop
