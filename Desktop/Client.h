@@ -16,8 +16,8 @@ class Client {
 public:
     explicit Client(Bus& bus) : client_(bus.proxy("com.norvane.tessel", "/com/norvane/tessel")) {}
 
-    /// Has it take an action, whose one parameter is a dictionary (a{sv}) of texts and booleans. The token lets it come to
-    /// the front; empty for none. `answer` is told the name of an error, empty where there was none.
+    /// Has it take an action, whose one parameter is a dictionary (a{sv}) of texts and booleans. The token lets it
+    /// come to the front; empty for none. `answer` is told the name of an error, empty where there was none.
     void activate(std::string_view action, const Foundation::Dictionary& parameter, const std::string& token,
                   std::function<void(const std::string& error)> answer);
 

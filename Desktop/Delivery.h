@@ -30,7 +30,8 @@ struct Delivery {
     /// has it. Throws `Foundation::DecodingError`.
     static Delivery read(std::string_view line);
 
-    /// A push that no extension has looked at, as it came. Throws `Foundation::DecodingError` for what is no JSON object.
+    /// A push that no extension has looked at, as it came. Throws `Foundation::DecodingError` for what is no JSON
+    /// object.
     static Delivery unlooked(std::string_view push);
 };
 

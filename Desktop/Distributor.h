@@ -10,8 +10,8 @@
 
 namespace Desktop {
 
-/// The program that receives pushes for all others, over the network: UnifiedPush's Distributor2, and Distributor1 where
-/// it knows no other.
+/// The program that receives pushes for all others, over the network: UnifiedPush's Distributor2, and Distributor1
+/// where it knows no other.
 class Distributor {
 public:
     /// Our own bus name, which it is to call.

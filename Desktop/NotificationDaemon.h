@@ -40,8 +40,8 @@ public:
     const Abilities& abilities() const { return *abilities_; }
     const Identity& identity() const { return identity_; }
 
-    /// Shows a notification, in place of another one where `replaced` is none of 0. Answers with its number, or with the
-    /// name of an error.
+    /// Shows a notification, in place of another one where `replaced` is none of 0. Answers with its number, or with
+    /// the name of an error.
     using Answer = std::function<void(std::optional<std::uint32_t> number, const std::string& error)>;
     void show(const Notification& notification, std::uint32_t replaced, Answer answer);
 

@@ -1,8 +1,11 @@
 #include "Desktop/Picture.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <memory>
+#include <mutex>
+#include <string_view>
 
 #include <gdk-pixbuf/gdk-pixbuf.h>
 
@@ -18,6 +21,20 @@ struct Release {
 };
 template <class Object>
 using Owned = std::unique_ptr<Object, Release>;
+
+/// Pictures come from whoever can push: of all the formats that may be installed those are read that people use for
+/// them. An SVG, for one, would be a whole drawing program's input.
+void allowFormats() {
+    constexpr std::array<std::string_view, 5> allowed = {"png", "jpeg", "gif", "bmp", "webp"};
+    GSList* const formats = gdk_pixbuf_get_formats();
+    for (GSList* item = formats; item != nullptr; item = item->next) {
+        auto* const format = static_cast<GdkPixbufFormat*>(item->data);
+        const std::unique_ptr<char, decltype(&g_free)> name(gdk_pixbuf_format_get_name(format), g_free);
+        const bool isAllowed = std::find(allowed.begin(), allowed.end(), name.get()) != allowed.end();
+        gdk_pixbuf_format_set_disabled(format, isAllowed ? FALSE : TRUE);
+    }
+    g_slist_free(formats);
+}
 
 struct Size {
     int width = 0, height = 0;
@@ -45,6 +62,8 @@ void sizeKnown(GdkPixbufLoader* loader, int width, int height, void* data) {
 }
 
 Owned<GdkPixbuf> firstPicture(const Foundation::Data& data, Size& size) {
+    static std::once_flag once;
+    std::call_once(once, allowFormats);
     const Owned<GdkPixbufLoader> loader(gdk_pixbuf_loader_new());
     g_signal_connect(loader.get(), "size-prepared", G_CALLBACK(sizeKnown), &size);
     // A failure in the midst leaves what was decoded up to it.

@@ -16,9 +16,10 @@ struct Picture {
 
     static constexpr int longestSide = 256;
 
-    /// The picture in these bytes, of a format that gdk-pixbuf knows; of one that moves the first picture. A larger one
-    /// becomes as small as it may be, in its proportions. One that ends early is taken as far as it goes. Nothing for what
-    /// is no picture, and for one of more than 24 million pixels, which is not decoded.
+    /// The picture in these bytes (PNG, JPEG, GIF, BMP, and WebP where its loader is installed); of one that moves
+    /// the first picture. A larger one becomes as small as it may be, in its proportions. One that ends early is
+    /// taken as far as it goes. Nothing for what is no picture, and for one of more than 24 million pixels, which is
+    /// not decoded.
     static std::optional<Picture> decode(const Foundation::Data& data);
 };
 

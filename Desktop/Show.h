@@ -6,8 +6,8 @@
 
 namespace Desktop {
 
-/// Takes the pushes of these files through the extension and shows them, as `tessel-desktop show` does; returns its exit
-/// status. Those that cannot be shown in time stay in the spool for the service.
+/// Takes the pushes of these files through the extension and shows them, as `tessel-desktop show` does; returns its
+/// exit status. Those that cannot be shown in time stay in the spool for the service.
 int show(const std::vector<std::string>& files, const std::filesystem::path& extension);
 
 }  // namespace Desktop

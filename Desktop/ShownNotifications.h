@@ -23,9 +23,9 @@ struct ShownNotification {
     friend bool operator==(const ShownNotification&, const ShownNotification&) = default;
 };
 
-/// The notifications that are shown, in a file, so that a later process finds those of an earlier one. Several processes
-/// may work with it at once. Beyond 500 the oldest are forgotten. Each function throws `Foundation::CocoaError`; a file
-/// that cannot be understood is an empty one.
+/// The notifications that are shown, in a file, so that a later process finds those of an earlier one. Several
+/// processes may work with it at once. Beyond 500 the oldest are forgotten. Each function throws
+/// `Foundation::CocoaError`; a file that cannot be understood is an empty one.
 class ShownNotifications {
 public:
     /// `server` tells which server's they are; those of any other one count no more.

@@ -10,14 +10,15 @@
 
 namespace Desktop {
 
-/// The pushes that a process has taken and not yet shown, a file each, so that none is lost when it ends: a later process
-/// finds those of an earlier one. Each function throws `Foundation::CocoaError`.
+/// The pushes that a process has taken and not yet shown, a file each, so that none is lost when it ends: a later
+/// process finds those of an earlier one. Each function throws `Foundation::CocoaError`.
 class Spool {
 public:
     /// One push in it.
     using Entry = std::filesystem::path;
 
-    /// The spool of this name in the directory, for this process alone. Throws with EAGAIN where another process has it.
+    /// The spool of this name in the directory, for this process alone. Throws with EAGAIN where another process has
+    /// it.
     Spool(const std::filesystem::path& directory, const std::string& name);
 
     /// Keeps a push: once this has returned, it outlives the process and the machine.
