@@ -1,18 +1,10 @@
 #include "Desktop/Bus.h"
 
-#include <map>
-#include <utility>
+#include <cstdint>
 
 namespace Desktop {
 
-namespace {
-
-constexpr const char* busInterface = "org.freedesktop.DBus";
-
-}  // namespace
-
-Bus::Bus(EventLoop& loop) : connection_(sdbus::createSessionBusConnection()) {
-    bus_ = proxy(busInterface, "/org/freedesktop/DBus");
+Bus::Bus(EventLoop& loop) : loop_(loop), connection_(sdbus::createSessionBusConnection()) {
     source_ = loop.watch(
         connection_->getEventLoopPollData().fd, [this] { return wish(); },
         [this] {

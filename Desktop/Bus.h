@@ -18,18 +18,17 @@ public:
 
     sdbus::IConnection& connection() { return *connection_; }
 
-    /// For one's own life: the object of another program.
+    /// The object of another program.
     std::unique_ptr<sdbus::IProxy> proxy(const std::string& name, const std::string& path);
 
-    /// Asks to be told who has a name: a connection's own name (":1.5"), empty for nobody. The first answer is to this
-    /// question, each other one to a change.
-    void watchOwner(const std::string& name, std::function<void(const std::string& owner)> tell);
+    /// For all that is done when something comes: the library passes on its own errors alone, through frames of C.
+    void guarded(const std::function<void()>& call) { loop_.guarded(call); }
 
 private:
     EventLoop::Wish wish() const;
 
+    EventLoop& loop_;
     std::unique_ptr<sdbus::IConnection> connection_;
-    std::unique_ptr<sdbus::IProxy> bus_;
     EventLoop::Source source_;
 };
 

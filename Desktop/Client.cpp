@@ -31,8 +31,8 @@ void Client::activate(std::string_view action, const Foundation::Dictionary& par
         .onInterface("org.freedesktop.Application")
         .withArguments(std::string(action), std::vector<sdbus::Variant>{sdbus::Variant(valuesOf(parameter))},
                        platformData)
-        .uponReplyInvoke([answer = std::move(answer)](const sdbus::Error* error) {
-            answer(error == nullptr ? "" : error->getName());
+        .uponReplyInvoke([this, answer = std::move(answer)](const sdbus::Error* error) {
+            bus_.guarded([&] { answer(error == nullptr ? "" : error->getName()); });
         });
 }
 

@@ -14,7 +14,7 @@ namespace Desktop {
 /// Activation") under the name "com.norvane.tessel". The bus starts it where it does not run.
 class Client {
 public:
-    explicit Client(Bus& bus) : client_(bus.proxy("com.norvane.tessel", "/com/norvane/tessel")) {}
+    explicit Client(Bus& bus) : bus_(bus), client_(bus.proxy("com.norvane.tessel", "/com/norvane/tessel")) {}
 
     /// Has it take an action, whose one parameter is a dictionary (a{sv}) of texts and booleans. The token lets it
     /// come to the front; empty for none. `answer` is told the name of an error, empty where there was none.
@@ -22,6 +22,7 @@ public:
                   std::function<void(const std::string& error)> answer);
 
 private:
+    Bus& bus_;
     std::unique_ptr<sdbus::IProxy> client_;
 };
 

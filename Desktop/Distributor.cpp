@@ -76,7 +76,7 @@ void Distributor::registerByVersion2(const Request& request) {
             if (error != nullptr)
                 return knowsNoSuchCall(*error) ? registerByVersion1(request) : tellFailure(error->getName());
             if (textOf(answer, "success") != succeeded) return tellFailure(textOf(answer, "reason"));
-            request.registered(request.distributor);
+            bus_.guarded([&] { request.registered(request.distributor); });
         });
 }
 
@@ -84,10 +84,10 @@ void Distributor::registerByVersion1(const Request& request) {
     distributor_->callMethodAsync("Register")
         .onInterface("org.unifiedpush.Distributor1")
         .withArguments(service_, request.token, std::string(description))
-        .uponReplyInvoke([=](const sdbus::Error* error, const std::string& result, const std::string& reason) {
+        .uponReplyInvoke([=, this](const sdbus::Error* error, const std::string& result, const std::string& reason) {
             if (error != nullptr) return tellFailure(error->getName());
             if (result != succeeded) return tellFailure(reason);
-            request.registered(request.distributor);
+            bus_.guarded([&] { request.registered(request.distributor); });
         });
 }
 

@@ -33,18 +33,20 @@ struct EventLoop::Source::State {
     /// Calls back, and keeps what is called alive meanwhile.
     static int call(void* data) {
         const Callback callback = static_cast<State*>(data)->callback;
-        return static_cast<State*>(data)->loop->guarded(callback);
+        static_cast<State*>(data)->loop->guarded(callback);
+        return 0;
     }
 
     static int prepare(sd_event_source*, void* data) {
         auto& state = *static_cast<State*>(data);
-        return state.loop->guarded([&] {
+        state.loop->guarded([&] {
             const Wish wish = state.wish();
             check(sd_event_source_set_io_events(state.source, wish.events));
             const bool waits = wish.until != std::numeric_limits<std::uint64_t>::max();
             if (waits) check(sd_event_source_set_time(state.timer, wish.until));
             check(sd_event_source_set_enabled(state.timer, waits ? SD_EVENT_ONESHOT : SD_EVENT_OFF));
         });
+        return 0;
     }
 };
 
@@ -56,14 +58,13 @@ EventLoop::~EventLoop() {
     sd_event_unref(loop_);
 }
 
-int EventLoop::guarded(const std::function<void()>& call) {
+void EventLoop::guarded(const std::function<void()>& call) {
     try {
         call();
     } catch (...) {
         thrown_ = std::current_exception();
         leave();
     }
-    return 0;
 }
 
 EventLoop::Source EventLoop::watch(int descriptor, std::uint32_t events, Callback callback) {

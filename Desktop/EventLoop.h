@@ -56,10 +56,11 @@ public:
     void run();
     void leave();
 
-private:
-    /// Runs what sd-event has called; what it throws is kept for `run`.
-    int guarded(const std::function<void()>& call);
+    /// Calls; what it throws ends `run`, as if a callback had thrown it. For whoever is called by a library that knows no
+    /// exceptions.
+    void guarded(const std::function<void()>& call);
 
+private:
     sd_event* loop_ = nullptr;
     std::exception_ptr thrown_;
 };

@@ -24,6 +24,17 @@ constexpr milliseconds patience{10'000};
 constexpr const char* openAction = "open";
 constexpr std::size_t mostJustClosed = 32;
 
+/// Works with the file of what is shown. A failure there costs what the file is for, and no more.
+template <class Operation>
+auto recorded(Operation operation) -> decltype(operation()) {
+    try {
+        return operation();
+    } catch (const Foundation::CocoaError& error) {
+        log().error("The notifications that are shown cannot be recorded: ", os::Public{error.what()});
+        return {};
+    }
+}
+
 }  // namespace
 
 NotificationCenter::NotificationCenter(EventLoop& loop, Bus& bus, std::filesystem::path shown,
@@ -34,7 +45,10 @@ NotificationCenter::NotificationCenter(EventLoop& loop, Bus& bus, std::filesyste
       badge_(bus),
       file_(std::move(shown)),
       changed_(std::move(changed)),
-      delay_(firstDelay) {}
+      delay_(firstDelay) {
+    // What an earlier process has shown can be answered from now on.
+    prepare();
+}
 
 /// What the server has not answered to is still to be shown.
 NotificationCenter::~NotificationCenter() {
@@ -57,23 +71,29 @@ void NotificationCenter::tellError(std::string summary, std::string text) {
     presentWaiting();
 }
 
-void NotificationCenter::daemonStarted() {
+void NotificationCenter::daemonChanged(bool isThere) {
+    // With the server its notifications have gone.
+    open_.clear();
+    changed_();
+    if (!isThere) return;
     delay_ = firstDelay;
     presentWaiting();
 }
 
+void NotificationCenter::prepare() {
+    isPreparing_ = true;
+    watch();
+    daemon_.prepare([this](const std::string& error) {
+        isPreparing_ = false;
+        if (!error.empty()) return tellAndRetry(error);
+        shown_.emplace(file_, daemon_.identity());
+        presentWaiting();
+    });
+}
+
 void NotificationCenter::presentWaiting() {
     if (waiting_.empty() || isPreparing_) return;
-    if (!daemon_.isReady()) {
-        isPreparing_ = true;
-        watch();
-        return daemon_.prepare([this](const std::string* error) {
-            isPreparing_ = false;
-            if (error != nullptr) return tellAndRetry(*error);
-            shown_.emplace(file_, daemon_.identity());
-            presentWaiting();
-        });
-    }
+    if (!daemon_.isReady()) return prepare();
     for (auto items = std::exchange(waiting_, {}); const auto& item : items)
         present(item);
 }
@@ -92,7 +112,7 @@ void NotificationCenter::show(const Shared& item, const Notification& notificati
     std::uint32_t replaced = 0;
     const auto& thread = item->delivery.content.threadIdentifier;
     if (!thread.empty() && !daemon_.abilities().keeps)
-        replaced = static_cast<std::uint32_t>(shown_->lastInThread(thread).value_or(0));
+        replaced = static_cast<std::uint32_t>(recorded([&] { return shown_->lastInThread(thread); }).value_or(0));
     if (item->entry) item->entry = Spool::marked(*item->entry);
     beingShown_.insert(item);
     watch();
@@ -108,7 +128,8 @@ void NotificationCenter::shown(const Shared& item, std::uint32_t number) {
     hasTold_ = false;
     if (item->entry) {
         const auto& content = item->delivery.content;
-        shown_->add(ShownNotification::of(number, content.threadIdentifier, content.userInfo));
+        recorded(
+            [&] { return shown_->add(ShownNotification::of(number, content.threadIdentifier, content.userInfo)); });
         open_.insert(number);
     }
     finish(item);
@@ -129,7 +150,7 @@ void NotificationCenter::finish(const Shared& item) {
 }
 
 void NotificationCenter::closeClearedBy(const PushPayload& push) {
-    for (const std::int64_t number : shown_->clear(push)) {
+    for (const std::int64_t number : recorded([&] { return shown_->clear(push); })) {
         open_.erase(static_cast<std::uint32_t>(number));
         daemon_.close(static_cast<std::uint32_t>(number));
     }
@@ -137,7 +158,8 @@ void NotificationCenter::closeClearedBy(const PushPayload& push) {
 
 void NotificationCenter::closed(std::uint32_t number) {
     open_.erase(number);
-    if (auto removed = shown_ ? shown_->remove(number) : std::nullopt) {
+    if (!shown_) return;
+    if (auto removed = recorded([&] { return shown_->remove(number); })) {
         justClosed_.push_back(*std::move(removed));
         if (justClosed_.size() > mostJustClosed) justClosed_.pop_front();
     }
@@ -145,7 +167,8 @@ void NotificationCenter::closed(std::uint32_t number) {
 }
 
 std::optional<ShownNotification> NotificationCenter::shownWith(std::uint32_t number) const {
-    if (auto found = shown_ ? shown_->find(number) : std::nullopt) return found;
+    if (!shown_) return std::nullopt;
+    if (auto found = recorded([&] { return shown_->find(number); })) return found;
     const auto found = std::find_if(justClosed_.rbegin(), justClosed_.rend(),
                                     [&](const auto& closed) { return closed.number == number; });
     return found == justClosed_.rend() ? std::nullopt : std::optional(*found);

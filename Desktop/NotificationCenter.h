@@ -44,11 +44,12 @@ private:
     };
     using Shared = std::shared_ptr<Item>;
 
-    void daemonStarted() override;
+    void daemonChanged(bool isThere) override;
     void closed(std::uint32_t number) override;
     void chosen(std::uint32_t number, const std::string& key, const std::string& token) override;
     void replied(std::uint32_t number, const std::string& text) override;
 
+    void prepare();
     void presentWaiting();
     void present(const Shared& item);
     void show(const Shared& item, const Notification& notification);

@@ -44,17 +44,34 @@ Hints hintsOf(const Notification& notification) {
 
 }  // namespace
 
+/// What to do with an answer; an error ends the preparation.
+template <class Value>
+auto NotificationDaemon::answered(std::function<void(Value)> take) {
+    return [this, take = std::move(take)](const sdbus::Error* error, Value value) {
+        bus_.guarded([&] {
+            if (error != nullptr) return std::exchange(prepared_, {})(error->getName());
+            take(value);
+        });
+    };
+}
+
 NotificationDaemon::NotificationDaemon(Bus& bus, Listener& listener)
     : bus_(bus),
       listener_(listener),
       daemon_(bus.proxy(name, path)),
       dbus_(bus.proxy(busName, "/org/freedesktop/DBus")) {
     listen();
+    const std::string change = "type='signal',sender='org.freedesktop.DBus',member='NameOwnerChanged',arg0='";
+    ownerMatch_ = bus.connection().addMatch(change + name + '\'', [this](sdbus::Message& message) {
+        std::string changed, oldOwner, owner;
+        message >> changed >> oldOwner >> owner;
+        bus_.guarded([&] { ownerChanged(owner); });
+    });
 }
 
 void NotificationDaemon::listen() {
     daemon_->uponSignal("NotificationClosed").onInterface(name).call([this](std::uint32_t number, std::uint32_t) {
-        listener_.closed(number);
+        bus_.guarded([&] { listener_.closed(number); });
     });
     daemon_->uponSignal("ActivationToken")
         .onInterface(name)
@@ -63,57 +80,57 @@ void NotificationDaemon::listen() {
         });
     daemon_->uponSignal("ActionInvoked").onInterface(name).call([this](std::uint32_t number, const std::string& key) {
         const auto token = std::exchange(token_, {});
-        listener_.chosen(number, key, token.first == number ? token.second : "");
+        bus_.guarded([&] { listener_.chosen(number, key, token.first == number ? token.second : ""); });
     });
     daemon_->uponSignal("NotificationReplied")
         .onInterface(name)
-        .call([this](std::uint32_t number, const std::string& text) { listener_.replied(number, text); });
-    daemon_->finishRegistration();
-    dbus_->uponSignal("NameOwnerChanged")
-        .onInterface(busName)
-        .call([this](const std::string& changed, const std::string&, const std::string& owner) {
-            if (changed == name) ownerChanged(owner);
+        .call([this](std::uint32_t number, const std::string& text) {
+            bus_.guarded([&] { listener_.replied(number, text); });
         });
-    dbus_->finishRegistration();
+    daemon_->finishRegistration();
 }
 
 void NotificationDaemon::ownerChanged(const std::string& owner) {
     if (owner == owner_) return;
     owner_ = owner;
     abilities_.reset();
-    if (!owner.empty()) listener_.daemonStarted();
+    listener_.daemonChanged(!owner.empty());
 }
 
-void NotificationDaemon::prepare(std::function<void(const std::string* error)> answer) {
-    // The bus' own identifier first, then the server's owner, which it starts, and last what the server can do.
-    const auto failed = [answer](const sdbus::Error& error) { answer(&error.getName()); };
-    const auto asked = [this, answer, failed](const sdbus::Error* error, const std::vector<std::string>& capabilities) {
-        if (error != nullptr) return failed(*error);
-        abilities_ = Abilities::of(capabilities);
-        answer(nullptr);
-    };
-    const auto owned = [this, asked, failed](const sdbus::Error* error, const std::string& owner) {
-        if (error != nullptr) return failed(*error);
-        owner_ = owner;
-        identity_ = busID_ + ' ' + owner;
-        daemon_->callMethodAsync("GetCapabilities").onInterface(name).withTimeout(forever).uponReplyInvoke(asked);
-    };
-    const auto started = [this, owned, failed](const sdbus::Error* error, std::uint32_t) {
-        if (error != nullptr) return failed(*error);
-        dbus_->callMethodAsync("GetNameOwner")
-            .onInterface(busName)
-            .withArguments(std::string(name))
-            .uponReplyInvoke(owned);
-    };
-    const auto identified = [this, started, failed](const sdbus::Error* error, const std::string& id) {
-        if (error != nullptr) return failed(*error);
-        busID_ = id;
-        dbus_->callMethodAsync("StartServiceByName")
-            .onInterface(busName)
-            .withArguments(std::string(name), std::uint32_t{0})
-            .uponReplyInvoke(started);
-    };
-    dbus_->callMethodAsync("GetId").onInterface(busName).uponReplyInvoke(identified);
+void NotificationDaemon::prepare(Prepared answer) {
+    prepared_ = std::move(answer);
+    dbus_->callMethodAsync("GetId").onInterface(busName).uponReplyInvoke(
+        answered<const std::string&>([this](const std::string& id) {
+            busID_ = id;
+            startServer();
+        }));
+}
+
+void NotificationDaemon::startServer() {
+    dbus_->callMethodAsync("StartServiceByName")
+        .onInterface(busName)
+        .withArguments(std::string(name), std::uint32_t{0})
+        .uponReplyInvoke(answered<std::uint32_t>([this](std::uint32_t) { askOwner(); }));
+}
+
+void NotificationDaemon::askOwner() {
+    dbus_->callMethodAsync("GetNameOwner")
+        .onInterface(busName)
+        .withArguments(std::string(name))
+        .uponReplyInvoke(answered<const std::string&>([this](const std::string& owner) {
+            owner_ = owner;
+            askAbilities();
+        }));
+}
+
+void NotificationDaemon::askAbilities() {
+    daemon_->callMethodAsync("GetCapabilities")
+        .onInterface(name)
+        .withTimeout(forever)
+        .uponReplyInvoke(answered<const std::vector<std::string>&>([this](const auto& capabilities) {
+            abilities_ = Abilities::of(capabilities);
+            std::exchange(prepared_, {})("");
+        }));
 }
 
 void NotificationDaemon::show(const Notification& notification, std::uint32_t replaced, Answer answer) {
@@ -128,9 +145,11 @@ void NotificationDaemon::show(const Notification& notification, std::uint32_t re
         .withTimeout(forever)
         .withArguments(std::string("Tessel"), replaced, std::string(), notification.summary, notification.body, actions,
                        hintsOf(notification), notification.isError ? never : asTheServerLikes)
-        .uponReplyInvoke([answer = std::move(answer)](const sdbus::Error* error, std::uint32_t number) {
-            if (error != nullptr) return answer(std::nullopt, error->getName());
-            answer(number, "");
+        .uponReplyInvoke([this, answer = std::move(answer)](const sdbus::Error* error, std::uint32_t number) {
+            bus_.guarded([&] {
+                if (error != nullptr) return answer(std::nullopt, error->getName());
+                answer(number, "");
+            });
         });
 }
 

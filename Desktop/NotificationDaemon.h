@@ -21,8 +21,8 @@ public:
 
     struct Listener {
         virtual ~Listener() = default;
-        /// A server, or another one than before, is there.
-        virtual void daemonStarted() = 0;
+        /// The server has ended, or another one than before is there.
+        virtual void daemonChanged(bool isThere) = 0;
         virtual void closed(std::uint32_t notification) = 0;
         /// The user has chosen an action, by its key. The token lets the client come to the front; empty for none.
         virtual void chosen(std::uint32_t notification, const std::string& key, const std::string& token) = 0;
@@ -32,13 +32,15 @@ public:
     /// The listener must outlive this.
     NotificationDaemon(Bus& bus, Listener& listener);
 
-    /// Gets ready to show: answers with nothing, or with why that cannot be. The bus starts a server where it can.
-    void prepare(std::function<void(const std::string* error)> answer);
+    /// Gets ready to show, one time after the other. Answers with the name of an error, empty where all is well. The bus
+    /// starts a server where it can.
+    using Prepared = std::function<void(const std::string& error)>;
+    void prepare(Prepared answer);
     bool isReady() const { return abilities_.has_value(); }
 
     /// Of the server that was there when it was last ready.
     const Abilities& abilities() const { return *abilities_; }
-    const Identity& identity() const { return identity_; }
+    Identity identity() const { return busID_ + ' ' + owner_; }
 
     /// Shows a notification, in place of another one where `replaced` is none of 0. Answers with its number, or with
     /// the name of an error.
@@ -50,13 +52,20 @@ public:
 private:
     void listen();
     void ownerChanged(const std::string& owner);
+    // The steps of the preparation: the server started, its own name on the bus, what it can do.
+    void startServer();
+    void askOwner();
+    void askAbilities();
+    template <class Value>
+    auto answered(std::function<void(Value)> take);
 
     Bus& bus_;
     Listener& listener_;
     std::unique_ptr<sdbus::IProxy> daemon_, dbus_;
+    sdbus::Slot ownerMatch_;
     std::optional<Abilities> abilities_;
-    Identity identity_;
     std::string owner_, busID_;
+    Prepared prepared_;
     std::pair<std::uint32_t, std::string> token_;  ///< the last one, and for which notification
 };
 

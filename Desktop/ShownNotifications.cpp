@@ -115,12 +115,13 @@ auto ShownNotifications::changed(Change change) {
     return result;
 }
 
-void ShownNotifications::add(ShownNotification notification) {
-    changed([&](auto& notifications) {
-        std::erase_if(notifications, [&](const auto& one) { return one.number == notification.number; });
+bool ShownNotifications::add(ShownNotification notification) {
+    return changed([&](auto& notifications) {
+        const auto replaced =
+            std::erase_if(notifications, [&](const auto& one) { return one.number == notification.number; });
         notifications.push_back(std::move(notification));
         if (notifications.size() > most) notifications.erase(notifications.begin());
-        return true;
+        return replaced > 0;
     });
 }
 

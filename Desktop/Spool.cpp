@@ -61,10 +61,13 @@ std::vector<Spool::Entry> Spool::entries() {
     std::vector<Entry> entries;
     for (const auto& name : Files::names(path_)) {
         const Entry entry = path_ / name;
-        if (entry.extension() == waiting) entries.push_back(entry);
-        if (entry.extension() != beingShown) continue;
-        log().log("A push was being shown when an earlier process ended; it is not shown again");
-        remove(entry);
+        if (entry.extension() == waiting) {
+            entries.push_back(entry);
+            continue;
+        }
+        if (entry.extension() == beingShown)
+            log().log("A push was being shown when an earlier process ended; it is not shown again");
+        remove(entry);  // or what a process that was killed had begun to write
     }
     std::sort(entries.begin(), entries.end());
     if (!entries.empty())
@@ -79,9 +82,9 @@ void Spool::adopt() {
         const auto lock = locked(other);
         if (!lock) continue;
         for (const auto& entry : Files::names(other))
-            moveFile(other / entry, path_ / entry);
-        std::error_code ignored;
-        std::filesystem::remove(other, ignored);
+            if (!Files::exists(path_ / entry)) moveFile(other / entry, path_ / entry);
+        std::error_code isNotEmpty;
+        std::filesystem::remove(other, isNotEmpty);
     }
 }
 
