@@ -37,13 +37,14 @@ auto recorded(Operation operation) -> decltype(operation()) {
 
 }  // namespace
 
-NotificationCenter::NotificationCenter(EventLoop& loop, Bus& bus, std::filesystem::path shown,
+NotificationCenter::NotificationCenter(EventLoop& loop, Bus& bus, std::filesystem::path shown, Answers answers,
                                        std::function<void()> changed)
     : loop_(loop),
       daemon_(bus, *this),
       client_(bus),
       badge_(bus),
       file_(std::move(shown)),
+      answers_(answers),
       changed_(std::move(changed)),
       delay_(firstDelay) {
     // What an earlier process has shown can be answered from now on.
@@ -175,7 +176,7 @@ std::optional<ShownNotification> NotificationCenter::shownWith(std::uint32_t num
 }
 
 void NotificationCenter::chosen(std::uint32_t number, const std::string& key, const std::string& token) {
-    const auto shown = shownWith(number);
+    const auto shown = answers_ == Answers::taken ? shownWith(number) : std::nullopt;
     if (!shown) return;
     const bool isReply = key == PushPayload::replyAction;
     if (!isReply && key != Notification::openKey) return;
@@ -184,7 +185,7 @@ void NotificationCenter::chosen(std::uint32_t number, const std::string& key, co
 }
 
 void NotificationCenter::replied(std::uint32_t number, const std::string& text) {
-    const auto shown = shownWith(number);
+    const auto shown = answers_ == Answers::taken ? shownWith(number) : std::nullopt;
     if (!shown) return;
     auto parameter = shown->push;
     parameter["text"] = text;
@@ -193,10 +194,10 @@ void NotificationCenter::replied(std::uint32_t number, const std::string& text) 
 
 void NotificationCenter::activate(std::string_view action, const Foundation::Dictionary& parameter,
                                   const std::string& token, std::string summary, std::string text) {
-    ++answers_;
+    ++answersUnderWay_;
     client_.activate(action, parameter, token,
                      [this, summary = std::move(summary), text = std::move(text)](const std::string& error) {
-                         --answers_;
+                         --answersUnderWay_;
                          if (!error.empty()) {
                              log().error("The client did not take an answer: ", os::Public{error});
                              tellError(summary, text);

@@ -22,8 +22,12 @@ namespace Desktop {
 /// takes the user's answer to the client. What cannot be shown now is shown as soon as it can be.
 class NotificationCenter : private NotificationDaemon::Listener {
 public:
+    /// Of several processes one takes the answers.
+    enum class Answers { taken, leftToOthers };
+
     /// `shown` is the file of the notifications that are shown. `changed` is called whenever less is to be done.
-    NotificationCenter(EventLoop& loop, Bus& bus, std::filesystem::path shown, std::function<void()> changed);
+    NotificationCenter(EventLoop& loop, Bus& bus, std::filesystem::path shown, Answers answers,
+                       std::function<void()> changed);
     ~NotificationCenter() override;
 
     /// Does what the push is for, removes it from the spool, and calls `done`.
@@ -33,7 +37,7 @@ public:
     std::size_t waiting() const { return waiting_.size() + beingShown_.size(); }
 
     /// Whether the user may still answer one of those that this object has shown, or an answer is on its way.
-    bool mayBeAnswered() const { return !open_.empty() || answers_ > 0; }
+    bool mayBeAnswered() const { return !open_.empty() || answersUnderWay_ > 0; }
 
 private:
     struct Item {
@@ -72,6 +76,7 @@ private:
     Client client_;
     LauncherBadge badge_;
     std::filesystem::path file_;
+    Answers answers_;
     std::function<void()> changed_;
 
     std::deque<Shared> waiting_;
@@ -79,7 +84,7 @@ private:
     std::optional<ShownNotifications> shown_;
     std::set<std::uint32_t> open_;              ///< of those that were shown by this object
     std::deque<ShownNotification> justClosed_;  ///< some servers tell of an answer behind the end
-    std::size_t answers_ = 0;                   ///< that the client has not taken yet
+    std::size_t answersUnderWay_ = 0;           ///< that the client has not taken yet
     bool isPreparing_ = false, hasTold_ = false;
     std::chrono::milliseconds delay_;
     EventLoop::Source retry_, watchdog_;

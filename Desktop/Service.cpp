@@ -51,7 +51,8 @@ Service::Service(std::filesystem::path state, std::filesystem::path extension, s
       name_(takeName(bus_, busName)),
       spool_(openSpool(state_)),
       registration_(Registration::load(state_)),
-      center_(loop_, bus_, state_ / shownNotifications, [this] { restartIdleTime(); }),
+      center_(loop_, bus_, state_ / shownNotifications, NotificationCenter::Answers::taken,
+              [this] { restartIdleTime(); }),
       queue_(loop_, center_, std::move(extension), [this] { restartIdleTime(); }),
       connector_(bus_, *this),
       distributor_(bus_, name_) {}

@@ -34,7 +34,8 @@ bool show(const std::vector<Spool::Entry>& entries, const std::filesystem::path&
     try {
         EventLoop loop;
         Bus bus(loop);
-        NotificationCenter center(loop, bus, state / shownNotifications, [] {});
+        NotificationCenter center(loop, bus, state / shownNotifications, NotificationCenter::Answers::leftToOthers,
+                                  [] {});
         PushQueue queue(loop, center, extension, [&] {
             isShown = queue.isEmpty();
             if (isShown) loop.leave();

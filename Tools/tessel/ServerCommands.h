@@ -12,6 +12,9 @@ namespace tessel {
 void addServerCommands(CLI::App& app, int& status);
 void addTokenCommands(CLI::App& app, int& status);
 
+/// Adds `endpoint`: where the desktop's service is pushed to.
+void addEndpointCommand(CLI::App& app, std::string& bundle, int& status);
+
 /// Gives a command `--bundle`. Throws, when parsing, `CLI::ValidationError` for an empty path.
 void addBundleOption(CLI::App& command, std::string& bundle);
 

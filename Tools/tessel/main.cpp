@@ -79,6 +79,7 @@ int main(int argc, char** argv) {
     tessel::addServerCommands(app, status);
     tessel::addTokenCommands(app, status);
     addModelCommand(app, operation, type, bundle, status);
+    tessel::addEndpointCommand(app, bundle, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
