@@ -7,6 +7,7 @@
 #include <limits>
 #include <variant>
 
+#include "Foundation/UTF8.h"
 #include "Text/Columns.h"
 
 namespace tessel {
@@ -14,6 +15,7 @@ namespace tessel {
 using ChatModel::Post;
 using ChatModel::TimelineItem;
 using ChatModel::TimelineMessage;
+using Foundation::printable;
 using Time::CivilTime;
 
 namespace {
@@ -83,8 +85,10 @@ public:
         const CivilTime time = calendar_.civilTime(post.createAt);
         margin_ = screen_.styled(clockText(time), Style::dim) + "  ";
         if (!message.isContinuation) addAuthor(message);
-        const Style style = post.isSystemMessage() || post.isDeleted() ? Style::dim : Style::plain;
-        addText(post.isDeleted() && post.message.empty() ? "(deleted)" : post.message, style);
+        addText(post.message, post.isSystemMessage() || post.isDeleted() ? Style::dim : Style::plain);
+        if (post.isDeleted()) addText("(deleted)", Style::dim);
+        for (const auto& attachment : post.messageAttachments())
+            addAttachment(attachment);
         addFiles(post);
         addReactions(message);
         addDelivery(message.delivery);
@@ -105,12 +109,13 @@ private:
         text_.append(line).append("\n");
     }
 
-    void addText(std::string_view text, Style style) {
+    /// Adds a text, if there is any; `mark` stands in front of each of its lines.
+    void addText(std::string_view text, Style style, const std::string& mark = "") {
         while (text.ends_with('\n') || text.ends_with('\r'))
             text.remove_suffix(1);
         if (text.empty()) return;
-        for (const auto& line : wrapped(text, screen_.columns - indent))
-            addLine(screen_.styled(line, style));
+        for (const auto& line : wrapped(text, screen_.columns - indent - Text::columnCount(mark)))
+            addLine(mark + screen_.styled(line, style));
     }
 
     void addAuthor(const TimelineMessage& message) {
@@ -118,6 +123,16 @@ private:
         const std::string name = cut(authorOf(message.post), screen_.columns - indent - Text::columnCount(remarks));
         const Style style = message.isOwn ? Style::own : Style::bold;
         addLine(screen_.styled(name, style) + screen_.styled(remarks, Style::dim));
+    }
+
+    void addAttachment(const ChatModel::MessageAttachment& attachment) {
+        const std::string mark = "│ ";
+        const bool hasNothing = attachment.title.empty() && attachment.text.empty() && attachment.fields.empty();
+        addText(attachment.pretext, Style::plain);
+        addText(printable(attachment.title), Style::bold, mark);
+        addText(hasNothing ? attachment.fallback : attachment.text, Style::plain, mark);
+        for (const auto& field : attachment.fields)
+            addText(field.title.empty() ? field.value : field.title + ": " + field.value, Style::plain, mark);
     }
 
     void addFiles(const Post& post) {
@@ -139,7 +154,7 @@ private:
     void addDelivery(const TimelineMessage::Delivery& delivery) {
         using enum TimelineMessage::Delivery::Case;
         if (delivery.kind == pending) addText("being sent …", Style::dim);
-        if (delivery.kind == failed) addFlow({{"not sent: " + delivery.message.value_or(""), Style::alarming}});
+        if (delivery.kind == failed) addText("not sent: " + printable(delivery.message.value_or("")), Style::alarming);
     }
 
     void addFooter(const Post& post, const CivilTime& time) {
@@ -150,7 +165,7 @@ private:
             if (!isSameDay(last, time)) footer += " on " + dateText(last);
         }
         if (post.isFollowing.value_or(false)) footer += ", followed";
-        addFlow({{footer, Style::dim}});
+        addText(footer, Style::dim);
     }
 
     void addFlow(const std::vector<Span>& parts) {
