@@ -33,10 +33,8 @@ bool hasNoWidth(UChar32 scalar) {
             // Terminals draw these two.
             return scalar != softHyphen && u_hasBinaryProperty(scalar, UCHAR_PREPENDED_CONCATENATION_MARK) == 0;
         default:
-            break;
+            return false;
     }
-    const int syllable = u_getIntPropertyValue(scalar, UCHAR_HANGUL_SYLLABLE_TYPE);
-    return syllable == U_HST_VOWEL_JAMO || syllable == U_HST_TRAILING_JAMO;
 }
 
 std::size_t columnsOfScalar(UChar32 scalar) {
