@@ -99,6 +99,9 @@ public:
     std::string takeText() { return std::move(text_); }
 
 private:
+    /// The columns beside the indent.
+    std::size_t room() const { return screen_.columns - indent; }
+
     /// Adds a line; a message's first has the time in front.
     void addLine(const std::string& line) {
         if (margin_.empty())
@@ -114,13 +117,13 @@ private:
         while (text.ends_with('\n') || text.ends_with('\r'))
             text.remove_suffix(1);
         if (text.empty()) return;
-        for (const auto& line : wrapped(text, screen_.columns - indent - Text::columnCount(mark)))
+        for (const auto& line : wrapped(text, room() - Text::columnCount(mark)))
             addLine(mark + screen_.styled(line, style));
     }
 
     void addAuthor(const TimelineMessage& message) {
         const std::string remarks = remarksOn(message);
-        const std::string name = cut(authorOf(message.post), screen_.columns - indent - Text::columnCount(remarks));
+        const std::string name = cut(authorOf(message.post), room() - Text::columnCount(remarks));
         const Style style = message.isOwn ? Style::own : Style::bold;
         addLine(screen_.styled(name, style) + screen_.styled(remarks, Style::dim));
     }
@@ -138,14 +141,15 @@ private:
     void addFiles(const Post& post) {
         std::vector<Span> files;
         for (const auto& file : post.metadata.files)
-            files.push_back({"[" + file.name + "]", Style::dim});
+            files.push_back({'[' + cut(file.name, room() - 2) + ']', Style::dim});
         addFlow(files);
     }
 
     void addReactions(const TimelineMessage& message) {
         std::vector<Span> reactions;
         for (const auto& [name, count, isMarked] : message.reactions) {
-            const std::string text = ':' + name + ": " + std::to_string(count);
+            const std::string behind = ": " + std::to_string(count);
+            const std::string text = ':' + cut(name, room() - behind.size() - 3) + behind;
             reactions.push_back(isMarked ? Span{'[' + text + ']', Style::marked} : Span{text, Style::plain});
         }
         addFlow(reactions);
@@ -169,7 +173,7 @@ private:
     }
 
     void addFlow(const std::vector<Span>& parts) {
-        for (const auto& line : flowed(screen_, parts, screen_.columns - indent))
+        for (const auto& line : flowed(screen_, parts, room()))
             addLine(line);
     }
 
