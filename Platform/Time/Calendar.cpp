@@ -73,4 +73,10 @@ Day Calendar::day(std::int64_t instant) const {
     return {absl::ToUnixSeconds(first(midnight)), std::max(instant, last)};
 }
 
+CivilTime Calendar::civilTime(std::int64_t instant) const {
+    const absl::CivilSecond shown = absl::ToCivilSecond(absl::FromUnixMillis(instant), zone_->zone);
+    const auto weekday = static_cast<int>(absl::GetWeekday(shown));  // 0 for Monday
+    return {shown.year(), shown.month(), shown.day(), weekday + 1, shown.hour(), shown.minute(), shown.second()};
+}
+
 }  // namespace Time

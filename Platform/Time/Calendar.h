@@ -21,6 +21,19 @@ struct Day {
     std::int64_t sameUntil = 0;
 };
 
+/// What calendars and clocks show at an instant.
+struct CivilTime {
+    std::int64_t year = 1970;  ///< of the Gregorian calendar, also before it was introduced; 0 is the year before 1
+    int month = 1;             ///< 1 to 12
+    int day = 1;               ///< 1 to 31
+    int weekday = 4;           ///< 1 for Monday to 7 for Sunday (ISO 8601)
+    int hour = 0;              ///< 0 to 23
+    int minute = 0;
+    int second = 0;
+
+    friend bool operator==(const CivilTime&, const CivilTime&) = default;
+};
+
 /// The Gregorian calendar in a time zone, as the zone database of the system has it. Cheap to copy. May be used from
 /// several threads.
 class Calendar {
@@ -42,6 +55,10 @@ public:
 
     /// The day of an instant, in milliseconds since the Unix epoch; any will do.
     Day day(std::int64_t instant) const;
+
+    /// The date and the time of day of an instant, in milliseconds since the Unix epoch; any will do. Parts of a second
+    /// are dropped, before 1970 too: a millisecond before the epoch it is 23:59:59 in UTC.
+    CivilTime civilTime(std::int64_t instant) const;
 
     /// Whether the zones have the same name.
     friend bool operator==(const Calendar& left, const Calendar& right) { return left.timeZone() == right.timeZone(); }

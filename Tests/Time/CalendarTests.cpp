@@ -48,6 +48,21 @@ TEST(Calendar, DaysStartAtTheFirstMidnightThereIsOrWhereItIsPassedOver) {
     }
 }
 
+TEST(Calendar, TellsDateAndTimeOfDay) {
+    using Time::CivilTime;
+    const std::tuple<const char*, const char*, CivilTime> rows[] = {
+        {"UTC", "2026-11-23T09:05:07.999Z", {2026, 11, 23, 1, 9, 5, 7}},
+        {"UTC", "1969-12-31T23:59:59.999Z", {1969, 12, 31, 3, 23, 59, 59}},
+        {"UTC", "0000-02-29", {0, 2, 29, 2, 0, 0, 0}}, {"Asia/Kathmandu", "1970-01-01", {1970, 1, 1, 4, 5, 30, 0}},
+        {"Asia/Kolkata", "2024-12-31T18:29:59Z", {2024, 12, 31, 2, 23, 59, 59}},
+        {"Asia/Kolkata", "2024-12-31T18:30:00Z", {2025, 1, 1, 3, 0, 0, 0}},
+        {"America/St_Johns", "1969-07-20T20:17:40Z", {1969, 7, 20, 7, 17, 47, 40}}};
+    for (const auto& [zone, instant, shown] : rows)
+        EXPECT_EQ(Calendar::in(zone).value().civilTime(milliseconds(instant)), shown) << zone << ' ' << instant;
+    EXPECT_EQ(Calendar().civilTime(std::numeric_limits<std::int64_t>::min()).year, -292'275'055);
+    EXPECT_EQ(Calendar().civilTime(std::numeric_limits<std::int64_t>::max()).year, 292'278'994);
+}
+
 TEST(Calendar, InstantsMayBeAsFarAwayAsTheirTypeAllows) {
     using Limits = std::numeric_limits<std::int64_t>;
     constexpr std::int64_t second = 1000, inDay = 86'400;

@@ -1,3 +1,4 @@
+#include <regex>
 #include <set>
 
 #include "Tools/ProgramFixture.h"
@@ -199,6 +200,28 @@ TEST_F(ProgramTest, TheModelsOperationsOnEntities) {
     expectAnswer({"model", "decode", "client-config"}, R"({"SiteURL":"a b","EnableSignInWithEmail":"true"})",
                  R"({"siteURL":null,"siteName":"",)");
     expectAnswer({"model", "decode", "post"}, "{\"props\":[]}", R"({"error":"props: expected an object"})");
+}
+
+TEST_F(ProgramTest, TheModelsOperationOnTheSidebar) {
+    const auto both = [](const std::string& json) {  // of "z" and of "ä"
+        return '[' + json + ',' + std::regex_replace(json, std::regex("\"z\""), "\"ä\"") + ']';
+    };
+    const std::string category = R"({"id":"s","team_id":"t","type":"favorites","display_name":"F","sorting":"alpha",)"
+                                 R"("muted":false,"collapsed":true,"channel_ids":["z","ä","no"]})";
+    const std::string input = R"({"currentUserID":"u","categories":[)" + category + R"(],"channels":)" +
+        both(R"({"id":"z","team_id":"","type":"O","name":"","display_name":"z","purpose":"","header":"","create_at":1,)"
+             R"("delete_at":0,"last_post_at":0,"last_root_post_at":0,"total_msg_count":0,"total_msg_count_root":0})") +
+        R"(,"members":)" + both(R"({"channel_id":"z","last_viewed_at":0,"msg_count":0,"msg_count_root":0,)"
+                                R"("mention_count":0,"mention_count_root":0,"notify_props":{}})");
+    const std::string row = R"(","isUnread":false,"mentionCount":0,"isFavorite":true,"isClosed":false})";
+    const std::string z = R"({"channelID":"z","title":"z)" + row, a = R"({"channelID":"ä","title":"ä)" + row;
+    const std::string start = R"([{"category":)" + category + R"(,"channels":[)";
+    const std::pair<std::string, std::string> rows[] = {
+        {input + '}', start + a + ',' + z + R"(],"visible":[]}])"}, {"{}", "[]"},
+        {input + R"(,"locale":"sv","selectedChannelID":"z"})", start + z + ',' + a + R"(],"visible":["z"]}])"},
+        {input + R"(,"locale":"xx"})", R"({"error":"locale: expected the tag of a language that )"},
+        {R"({"members":[{}]})", R"({"error":"members[0].channel_id: missing"})"}};
+    for (const auto& [json, answer] : rows) expectAnswer({"model", "sidebar"}, json, answer);
 }
 
 TEST_F(ProgramTest, TheModelsOperationsOnReceiptsAndDialogs) {

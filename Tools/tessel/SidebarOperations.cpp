@@ -1,42 +1,12 @@
 #include "ChatModel/ServerJSON.h"
 #include "ChatModel/Sidebar.h"
-#include "Foundation/JSONCoding.h"
-#include "Text/Collation.h"
-#include "tessel/FromServer.h"
 #include "tessel/Model.h"
+#include "tessel/ViewInput.h"
 
 using ChatModel::SidebarChannel;
 using ChatModel::SidebarSection;
-using ChatModel::Sidebar::Input;
-using Foundation::defaulted;
 using Foundation::JSONReader;
 using Foundation::JSONWriter;
-using Foundation::optional;
-using tessel::FromServer;
-
-namespace {
-
-/// What is asked beside the sidebar's input, in the same object.
-struct Question {
-    std::string locale = "en";
-    std::optional<std::string> selectedChannelID;
-};
-
-}  // namespace
-
-template <>
-constexpr auto Foundation::fields<Input> = std::tuple{
-    defaulted("currentUserID", &Input::currentUserID),         defaulted("collapsedThreads", &Input::collapsedThreads),
-    defaulted<FromServer>("categories", &Input::categories),   defaulted<FromServer>("channels", &Input::channels),
-    defaulted<FromServer>("members", &Input::members),         defaulted("peerNames", &Input::peerNames),
-    defaulted<FromServer>("preferences", &Input::preferences),
-};
-
-template <>
-constexpr auto Foundation::fields<Question> = std::tuple{
-    defaulted("locale", &Question::locale),
-    optional("selectedChannelID", &Question::selectedChannelID),
-};
 
 namespace tessel {
 
@@ -67,22 +37,11 @@ void write(JSONWriter& writer, const SidebarSection& section, const std::optiona
     writer.endObject();
 }
 
-std::vector<SidebarSection> sectionsOf(Input input, const std::string& locale) {
-    try {
-        return ChatModel::Sidebar::sections(std::move(input), locale);
-    } catch (const Text::UnknownLocale&) {
-        refuse("locale", "expected the tag of a language that is known (BCP 47)");
-    }
-}
-
 void sidebar(JSONReader& reader, JSONWriter& writer) {
-    Input input;
-    Question question;
-    Foundation::decode(reader, input);
-    Foundation::decode(reader, question);
+    const SidebarView view = readSidebar(reader);
     writer.beginArray();
-    for (const auto& section : sectionsOf(std::move(input), question.locale))
-        write(writer, section, question.selectedChannelID);
+    for (const auto& section : view.sections)
+        write(writer, section, view.selectedChannelID);
     writer.endArray();
 }
 

@@ -1,47 +1,15 @@
 #include "ChatModel/ServerJSON.h"
 #include "ChatModel/Timeline.h"
 #include "Foundation/JSONCoding.h"
-#include "tessel/FromServer.h"
 #include "tessel/Model.h"
+#include "tessel/ViewInput.h"
 
 using ChatModel::ReactionSummary;
 using ChatModel::TimelineItem;
 using ChatModel::TimelineMessage;
-using ChatModel::Timeline::Input;
-using Foundation::defaulted;
 using Foundation::JSONReader;
 using Foundation::JSONWriter;
-using Foundation::optional;
 using Foundation::required;
-using tessel::FromServer;
-
-namespace {
-
-/// A calendar as {"timeZone":"Europe/Berlin"}.
-struct InTimeZone {
-    static void decode(JSONReader& reader, Time::Calendar& calendar) {
-        reader.object([&](std::string_view key, JSONReader& value) {
-            if (key != "timeZone") return;
-            calendar = Time::Calendar();
-            if (value.null()) return;
-            std::string name;
-            value.read(name);
-            const auto named = Time::Calendar::in(name);
-            if (!named) value.failExpecting("the name of a time zone");
-            calendar = *named;
-        });
-    }
-};
-
-}  // namespace
-
-template <>
-constexpr auto Foundation::fields<Input> = std::tuple{
-    defaulted<FromServer>("posts", &Input::posts),       defaulted<FromServer>("reactions", &Input::reactions),
-    defaulted("currentUserID", &Input::currentUserID),   optional("lastViewedAt", &Input::lastViewedAt),
-    defaulted("failedPostIDs", &Input::failedPostIDs),   defaulted("showsThreadFooters", &Input::showsThreadFooters),
-    defaulted<InTimeZone>("calendar", &Input::calendar),
-};
 
 template <>
 constexpr auto Foundation::fields<ReactionSummary> = std::tuple{
@@ -96,10 +64,8 @@ void write(JSONWriter& writer, const TimelineItem& item) {
 }
 
 void timeline(JSONReader& reader, JSONWriter& writer) {
-    Input input;
-    Foundation::decode(reader, input);
     writer.beginArray();
-    for (const auto& item : ChatModel::Timeline::items(std::move(input)))
+    for (const auto& item : ChatModel::Timeline::items(readTimeline(reader)))
         write(writer, item);
     writer.endArray();
 }

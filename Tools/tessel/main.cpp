@@ -13,6 +13,7 @@
 #include "tessel/Model.h"
 #include "tessel/PushCommand.h"
 #include "tessel/ServerCommands.h"
+#include "tessel/ViewCommand.h"
 
 namespace {
 
@@ -65,7 +66,8 @@ int main(int argc, char** argv) {
     std::string operation;
     std::string type;
     std::string bundle;
-    CLI::App app("The notification extension's tool: servers, session tokens, pushes.", "tessel");
+    CLI::App app("The notification extension's tool: servers, session tokens, pushes, and what a client shows.",
+                 "tessel");
     app.set_version_flag("--version", std::string(TESSEL_VERSION));
     app.require_subcommand(1);
     app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
@@ -79,6 +81,7 @@ int main(int argc, char** argv) {
     tessel::addServerCommands(app, status);
     tessel::addTokenCommands(app, status);
     addModelCommand(app, operation, type, bundle, status);
+    tessel::addViewCommand(app, status);
     tessel::addEndpointCommand(app, bundle, status);
     try {
         app.parse(argc, argv);
