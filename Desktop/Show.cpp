@@ -61,7 +61,9 @@ int show(const std::vector<std::string>& files, const std::filesystem::path& ext
         return true;
     });
 
-    if (!entries.empty() && !show(entries, state, extension)) return notShown;
+    const bool isShown = entries.empty() || show(entries, state, extension);
+    spool.removeIfEmpty();
+    if (!isShown) return notShown;
     return isGood ? done : someInputWasBad;
 }
 

@@ -31,6 +31,11 @@ std::optional<Descriptor> locked(const std::filesystem::path& directory) {
     return descriptor;
 }
 
+void removeEmpty(const std::filesystem::path& directory) noexcept {
+    std::error_code isNotEmpty;
+    std::filesystem::remove(directory, isNotEmpty);
+}
+
 void moveFile(const std::filesystem::path& from, const std::filesystem::path& to) {
     if (::rename(from.c_str(), to.c_str()) != 0) throw CocoaError(CocoaError::Operation::write, errno, to);
 }
@@ -83,13 +88,16 @@ void Spool::adopt() {
         if (!lock) continue;
         for (const auto& entry : Files::names(other))
             if (!Files::exists(path_ / entry)) moveFile(other / entry, path_ / entry);
-        std::error_code isNotEmpty;
-        std::filesystem::remove(other, isNotEmpty);
+        removeEmpty(other);
     }
 }
 
 void Spool::remove(const Entry& entry) {
     Files::remove(entry);
+}
+
+void Spool::removeIfEmpty() noexcept {
+    removeEmpty(path_);
 }
 
 Spool::Entry Spool::marked(const Entry& entry) {

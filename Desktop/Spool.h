@@ -33,6 +33,9 @@ public:
 
     static void remove(const Entry& entry);
 
+    /// Removes the spool's directory where nothing is left in it; no other function may be called any more.
+    void removeIfEmpty() noexcept;
+
     /// Marks an entry as one that is being shown; and the mark's removal.
     static Entry marked(const Entry& entry);
     static Entry unmarked(const Entry& entry);

@@ -19,6 +19,13 @@
 
 namespace {
 
+std::string checkSeconds(const std::string& text) {
+    constexpr double longest = 86'400;
+    double value = 0;
+    const bool good = CLI::detail::lexical_cast(text, value) && value > 0 && value <= longest;
+    return good ? "" : "a number of seconds above 0, a day at most, is wanted, not \"" + text + '"';
+}
+
 /// The extension's program, in the bundle given or found.
 std::filesystem::path extensionProgram(const std::string& bundle) {
     const auto path = Foundation::extensionBundlePath(bundle);
@@ -53,7 +60,7 @@ int main(int argc, char** argv) {
     app.failure_message([](const CLI::App*, const CLI::Error& error) { return ExtensionHost::usageError(error); });
     app.add_option("--bundle", bundle, "The extension's bundle")->type_name("PATH");
     app.add_option("--idle", idle, "Seconds without anything to do after which the service ends")
-        ->check(CLI::Range(0.1, 86'400.0))
+        ->check(checkSeconds)
         ->type_name("SECONDS")
         ->capture_default_str();
     CLI::App* show = app.add_subcommand("show", "Shows pushes, JSON objects one per line, as notifications");
