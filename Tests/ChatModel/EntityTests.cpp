@@ -9,6 +9,7 @@
 #include "ChatModel/Post.h"
 #include "ChatModel/ReadReceipt.h"
 #include "ChatModel/ServerJSON.h"
+#include "ChatModel/SidebarCategory.h"
 #include "ChatModel/Team.h"
 #include "ChatModel/User.h"
 #include "ChatModel/UserThread.h"
@@ -122,6 +123,12 @@ TEST(Entities, KeepToTheServersKeys) {
         {"1", "15", "2", "16", {{"3", "4", Element::TextField{"5"}, "6", "7", "8", true, 9, 10, {{"11", "12"}}, "13"}},
          "17", true, "14"}, R"(dialog\.(\w+|elements\[0\]\.(?!name|display_name)\w+))");
     expectTable<DialogSubmitResult>(R"({"error":"1","errors":{"2]":"3"}})", {"1", {{"2]", "3"}}}, "errors?");
+    const std::string json = R"({"id":"1","team_id":"2","type":"custom","display_name":"3","sorting":"alpha",)"
+                             R"("muted":true,"collapsed":true,"channel_ids":["4"]})";
+    const SidebarCategory category{"1", "2", SidebarCategory::Kind::custom, "3", SidebarCategory::Sorting::alphabetical,
+                                   true, false, {}}, changed = category.withCollapsed(true).withChannelIDs({"4"});
+    expectTable<SidebarCategory>(json, changed);
+    expectTable<OrderedSidebarCategories>(R"({"categories":[)" + json + R"(],"order":["5"]})", {{changed}, {"5"}});
     expectTable<Preference>(R"({"category":"1","name":"2","value":"3"})", {"1", "2", "3"});
     using M = PostMetadata;
     expectTable<Post>(

@@ -23,12 +23,13 @@ struct SidebarTest : testing::Test {
         input.categories.push_back({"s", "t", SidebarCategory::Kind::custom, "", sorting, false, collapsed, std::move(ids)});
     }
 
-    /// The first section's channels: "!" for unread, "x" for closed, and those that are seen with `selected`.
+    /// The first section's channels: "!" for unread, "@" for a mention, "x" for closed, and those seen with `selected`.
     std::string shown(const char* selected = "", std::string_view locale = "en") {
         const auto section = Sidebar::sections(input, locale).at(0);
         std::string text;
         for (const auto& one : section.channels)
-            text += one.channel.id + (one.isUnread ? "!" : "") + (one.isClosed ? "x" : "") + ' ';
+            text += one.channel.id + (one.isUnread ? "!" : "") + (one.mentionCount == 1 ? "@" : "") +
+                    (one.isClosed ? "x" : "") + ' ';
         for (const auto* one : section.visibleChannels(selected)) text += one->channel.id;
         return text;
     }
@@ -37,17 +38,27 @@ struct SidebarTest : testing::Test {
 TEST_F(SidebarTest, SortsByTheLocaleWithMutedChannelsBehind) {
     const NotifyProps muted = {{"mark_unread", "mention"}};
     add("a", {}, "z"); add("b", {}, "\u00E4"); add("c", {}, "c10"); add("d", {}, "C2"); add("e", {}, "A", muted);
-    add("f", {}, "c2"); add("g", {}, "c02");
-    category(alphabetical, {"a", "b", "c", "d", "e", "f", "g", "no"});
-    EXPECT_EQ(shown(), "b d g f c a e bdgfcae");
-    EXPECT_EQ(shown("", "sv"), "d g f c a b e dgfcabe");
-    for (const char* locale : {"", "xx", "en_US", "und", "no locale"})
+    add("f", {}, "c2"); add("g", {}, "c02"); add("h", {}, "c2"); add("i", {}, "\u00E0"); add("j", {}, "\u00E1");
+    category(default_, {"i", "h", "a", "b", "c", "d", "e", "f", "g", "j", "no"}); category(manual, {"a"});
+    EXPECT_EQ(shown(), "j i b d g f h c a e jibdgfhcae");
+    EXPECT_EQ(shown("", "sv"), "j i d g f h c a b e jidgfhcabe");
+    for (const char* locale : {"", "xx", "en_US", "und", "no locale", "en-u-ka-bogus"})
         EXPECT_THROW(Sidebar::sections(input, locale), Text::UnknownLocale) << locale;
     input.categories[0].sorting = manual;
-    EXPECT_EQ(shown(), "a b c d e f g abcdefg");
+    EXPECT_EQ(shown(), "i h a b c d e f g j ihabcdefgj");
     input.members.pop_back();
     input.members.front().channelID = "no";
-    EXPECT_EQ(shown(), "b c d e f bcdef");
+    input.channels.push_back(input.channels[2]);  // the last of a channel and of a membership counts
+    input.channels.back().totalMsgCount = 10; input.members.push_back({"e", 0, 8, 5, 0, 0, {}});
+    EXPECT_EQ(shown(), "i h b c! d e! f g ihbcdefg");
+}
+
+TEST_F(SidebarTest, SortsByAllOfATitle) {
+    add("a", {}, (std::string(300, 'X') + "10").c_str()); add("b", {}, (std::string(300, 'x') + '9').c_str());
+    add("c", {}, "aaaaaaabaaaa"); add("d", {}, "aaaaaaaabaaa"); add("e", {}, "aaaaaaaaazzz");
+    add("f", {}, "\u770B\u7368"); add("g", {}, "\u702E\u632A");
+    category(alphabetical, {"a", "b", "c", "d", "e", "f", "g"});
+    EXPECT_EQ(shown(), "e d c b a g f edcbagf");
 }
 
 TEST_F(SidebarTest, SortsByRecencyOfWhatCounts) {
@@ -65,36 +76,37 @@ TEST_F(SidebarTest, TellsWhatIsUnreadAndClosed) {
     add("d", Channel::Kind::direct, ""); add("g", Channel::Kind::group, ""); add("o", {}, "");
     for (auto& member : input.members) member.msgCount = 8;
     input.members[2].mentionCount = 1;
-    input.members[3].msgCount = input.members[4].msgCount = 9;
+    input.members[3].msgCount = 9; input.members[4].msgCount = 10; input.members[4].mentionCount = -1;
     input.preferences = {{"direct_channel_show", "v", "false"}, {"group_channel_show", "g", "false"},
-                         {"group_channel_show", "o", "false"}, {"direct_channel_show", "g", "False"}};
+                         {"group_channel_show", "o", "false"}, {"group_channel_show", "v", "false"}};
     category(manual, {"a", "b", "c", "d", "g", "o"});
-    EXPECT_EQ(shown("g"), "a! b c! dx gx o! abcgo");
+    EXPECT_EQ(shown("g"), "a! b c!@ dx gx o! abcgo");
     EXPECT_EQ(Sidebar::sections(input, "en")[0].channels[3].title, "Vera");
     input.categories[0].collapsed = true;
-    EXPECT_EQ(shown("b"), "a! b c! dx gx o! abco");
+    EXPECT_EQ(shown("b"), "a! b c!@ dx gx o! abco");
     input.collapsedThreads = true;
     EXPECT_EQ(shown(), "a b c dx gx o ");
     input.channels[4].totalMsgCountRoot = 6; input.members[1].mentionCountRoot = 1;
-    EXPECT_EQ(shown(), "a b! c dx g!x o bg");
+    input.preferences[0].value = "False";
+    EXPECT_EQ(shown(), "a b!@ c d g!x o bg");
 }
 
 TEST_F(SidebarTest, MovesAboutAcrossSections) {
     for (const char* id : {"a", "b", "c", "d"}) add(id, {}, "");
     input.members[0].msgCount = input.members[3].msgCount = 0;
-    category(manual, {"a", "b", "a"}); category(manual, {}); category(manual, {"c", "a", "d"});
+    category(manual, {"a", "b", "a"}); category(manual, {}); category(manual, {"c", "a", "d"}, true);
     input.categories[2].kind = SidebarCategory::Kind::favorites;
     const auto sections = Sidebar::sections(input, "en");
     EXPECT_EQ(sections[0].channels[0].channel, sections[0].channels[2].channel);
     EXPECT_TRUE(sections[2].channels[1].isFavorite && !sections[0].channels[0].isFavorite);
     using enum Sidebar::Direction;
     const std::tuple<Sidebar::Direction, std::optional<std::string_view>, bool, const char*> rows[] = {
-        {next, "a", false, "b"}, {next, "b", false, "c"}, {next, "d", false, "a"}, {previous, "a", false, "d"},
+        {next, "a", false, "b"}, {next, "b", false, "d"}, {next, "c", false, "d"}, {previous, "a", false, "d"},
         {next, "b", true, "d"}, {previous, "c", true, "a"}, {next, "d", true, "a"}, {next, {}, false, "a"},
         {previous, "no", false, "d"}};
     for (const auto& [direction, selected, unreadOnly, id] : rows)
         EXPECT_EQ(Sidebar::adjacentChannel(sections, direction, selected, unreadOnly)->channel.id, id);
-    EXPECT_EQ(Sidebar::adjacentChannel({}, next, "a"), nullptr);
+    EXPECT_EQ(Sidebar::adjacentChannel({{{}, {sections[0].channels[0]}}}, next, "a"), nullptr);
     const auto unread = Sidebar::unreadChannels(sections);
     ASSERT_EQ(unread.size(), 2U);
     EXPECT_EQ(unread[0]->channel.id + unread[1]->channel.id, "ad");
