@@ -1,5 +1,8 @@
 #include "ChatModel/ReadReceipt.h"
 
+#include <tuple>
+#include <utility>
+
 #include "ChatModel/EntityCoding.h"
 
 using namespace ChatModel::ReadReceipt;

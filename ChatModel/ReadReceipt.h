@@ -105,7 +105,8 @@ using Mark = std::variant<Progress, NoProgress>;
 /// Whether the mark answers a click: the counts open the details, a failure is tried again.
 bool isInteractive(const Mark& mark);
 
-/// The mark of a post; absent where none is drawn, as beside the posts of others, or where nobody could read it.
+/// The mark of a post; absent where none is drawn: beside the posts of others, where nobody could read it, and where no
+/// counts are to come (`acknowledged`, `unavailable`).
 std::optional<Mark> mark(const std::optional<State>& state, bool isOwn);
 
 }  // namespace ChatModel::ReadReceipt

@@ -151,8 +151,8 @@ private:
         std::sort(rows.begin(), rows.end(), [this](const Row& left, const Row& right) {
             if (left.isMuted != right.isMuted) return right.isMuted;
             if (const auto order = left.sortKeyPrefix <=> right.sortKeyPrefix; order != 0) return order < 0;
-            return std::tie(sortKey(*left.joined), left.joined->title, left.joined->channel->id) <
-                   std::tie(sortKey(*right.joined), right.joined->title, right.joined->channel->id);
+            return std::tie(sortKey(*left.joined), left.joined->title, left.position) <
+                   std::tie(sortKey(*right.joined), right.joined->title, right.position);
         });
     }
 

@@ -65,9 +65,9 @@ enum class Direction { previous, next };
 /// channel and a membership; one that is listed several times stands several times. A conversation is closed where any
 /// preference says so.
 ///
-/// A category sorted by hand keeps its own order. One sorted by recency shows the most recent first, and keeps its own
-/// order among equals. In all others channels that are muted stand behind those that are not, both by title in the
-/// locale's order (`Text::Collation`), then by the title's bytes, then by identifier.
+/// A category sorted by hand keeps its own order. One sorted by recency shows the most recent first. In all others
+/// channels that are muted stand behind those that are not, both by title in the locale's order (`Text::Collation`), then
+/// by the title's bytes. Equals keep the category's own order.
 ///
 /// Channels and memberships are moved out of the input, but for those that stand several times. `locale` is a BCP 47
 /// tag. Throws `Text::UnknownLocale`.

@@ -19,10 +19,10 @@ struct Place {
     friend auto operator<=>(const Place&, const Place&) = default;
 };
 
-/// The posts of a day, up to the next one.
-struct Section {
+/// The posts of a day, up to the next one's first.
+struct DaysPosts {
     std::size_t first;
-    std::int64_t start;  // in seconds
+    std::int64_t start;  ///< of the day, in seconds
 };
 
 /// Places are sorted and each post is moved once: a post is thirty times as large.
@@ -35,17 +35,17 @@ std::vector<Place> orderOf(const std::vector<Post>& posts) {
     return order;
 }
 
-std::vector<Section> sectionsOf(const std::vector<Place>& order, const Time::Calendar& calendar) {
-    std::vector<Section> sections;
+std::vector<DaysPosts> daysOf(const std::vector<Place>& order, const Time::Calendar& calendar) {
+    std::vector<DaysPosts> days;
     std::int64_t sameUntil = 0;
     for (std::size_t i = 0; i < order.size(); ++i) {
         const std::int64_t createAt = order[i].createAt;
-        if (!sections.empty() && createAt <= sameUntil) continue;
+        if (!days.empty() && createAt <= sameUntil) continue;
         const Time::Day day = calendar.day(createAt);
-        if (sections.empty() || sections.back().start != day.start) sections.push_back({i, day.start});
+        if (days.empty() || days.back().start != day.start) days.push_back({i, day.start});
         sameUntil = day.sameUntil;
     }
-    return sections;
+    return days;
 }
 
 bool takesDivider(const Post& post, bool isOwn) {
@@ -59,9 +59,9 @@ bool continues(const Post& previous, const Post& post) {
 }
 
 TimelineMessage::Delivery deliveryOf(const Post& post, const std::unordered_map<std::string, std::string>& errors) {
-    using enum TimelineMessage::Delivery::Case;
-    if (const auto error = errors.find(post.id); error != errors.end()) return {failed, error->second};
-    return {post.isPending() ? pending : sent};
+    using enum TimelineMessage::Sending;
+    if (const auto error = errors.find(post.id); error != errors.end()) return TimelineMessage::Failed{error->second};
+    return post.isPending() ? pending : sent;
 }
 
 /// Groups reactions, those of one post at a time, in memory that is used again.
@@ -125,21 +125,21 @@ namespace Timeline {
 
 std::vector<TimelineItem> items(Input input) {
     const auto order = orderOf(input.posts);
-    const auto sections = sectionsOf(order, input.calendar);
+    const auto days = daysOf(order, input.calendar);
     constexpr std::int64_t forever = std::numeric_limits<std::int64_t>::max();
     std::int64_t readUntil = input.lastViewedAt.value_or(forever);
     std::vector<TimelineItem> items;
-    items.reserve(order.size() + sections.size() + 1);
+    items.reserve(order.size() + days.size() + 1);
 
     Summarizer summarizer;
     const Post* previous = nullptr;  // among the items, which stay where they are
-    auto section = sections.begin();
+    auto nextDay = days.begin();
     for (std::size_t i = 0; i < order.size(); ++i) {
         Post& post = input.posts[order[i].position];
         const bool isOwn = post.userID == input.currentUserID;
-        if (section != sections.end() && section->first == i) {
-            items.push_back({Foundation::Date{static_cast<double>(section->start)}});
-            ++section;
+        if (nextDay != days.end() && nextDay->first == i) {
+            items.push_back({Foundation::Date{static_cast<double>(nextDay->start)}});
+            ++nextDay;
             previous = nullptr;
         }
         if (post.createAt > readUntil && takesDivider(post, isOwn)) {
@@ -173,8 +173,8 @@ std::size_t std::hash<ReactionSummary>::operator()(const ReactionSummary& summar
     return Foundation::hashOf(summary.emojiName, summary.count, summary.includesCurrentUser);
 }
 
-std::size_t std::hash<TimelineMessage::Delivery>::operator()(const TimelineMessage::Delivery& delivery) const noexcept {
-    return Foundation::hashOf(delivery.kind, delivery.message);
+std::size_t std::hash<TimelineMessage::Failed>::operator()(const TimelineMessage::Failed& failed) const noexcept {
+    return Foundation::hashOf(failed.message);
 }
 
 std::size_t std::hash<TimelineMessage>::operator()(const TimelineMessage& message) const noexcept {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -13,6 +14,7 @@
 #include "ChatModel/Post.h"
 #include "ChatModel/Reaction.h"
 #include "Foundation/Date.h"
+#include "Foundation/WireNames.h"
 #include "Time/Calendar.h"
 
 namespace ChatModel {
@@ -33,21 +35,20 @@ struct ReactionSummary {
 
 /// A post, and what a view of messages needs to draw it.
 struct TimelineMessage {
-    /// How far the post's sending has come.
-    struct Delivery {
-        enum class Case { failed, sent, pending };
+    struct Failed {
+        std::string message;  ///< the error's text, to be shown
 
-        Case kind = Case::sent;
-        std::optional<std::string> message =
-            std::nullopt;  ///< of `failed`, the error's text; absent in all other cases
-
-        friend bool operator==(const Delivery&, const Delivery&) = default;
+        friend bool operator==(const Failed&, const Failed&) = default;
     };
+    enum class Sending { sent, pending };
+
+    /// How far the post's sending has come.
+    using Delivery = std::variant<Failed, Sending>;
 
     Post post;
     std::vector<ReactionSummary> reactions;
     bool isContinuation = false;  ///< whether it is drawn as one with the post before it, without an author of its own
-    Delivery delivery;
+    Delivery delivery = Sending::sent;
     bool showsThreadFooter = false;
     bool isOwn = false;  ///< whether the current user wrote it, by themselves or by a webhook
 
@@ -64,7 +65,8 @@ struct TimelineItem {
     Case content;
 
     /// The same whenever the rows are made again: "date-" and the seconds since the Unix epoch, the post's identifier,
-    /// or "new-messages".
+    /// or "new-messages". Two rows have the same one where posts have the same identifier, and where the clocks are set
+    /// back across midnight, so that a day is come back to.
     std::string id() const;
 
     friend bool operator==(const TimelineItem&, const TimelineItem&) = default;
@@ -105,13 +107,17 @@ std::vector<TimelineItem> items(Input input);
 }  // namespace ChatModel::Timeline
 
 template <>
+inline constexpr std::array<std::string_view, 2> Foundation::wireNames<ChatModel::TimelineMessage::Sending> = {
+    "sent", "pending"};
+
+template <>
 struct std::hash<ChatModel::ReactionSummary> {
     std::size_t operator()(const ChatModel::ReactionSummary& summary) const noexcept;
 };
 
 template <>
-struct std::hash<ChatModel::TimelineMessage::Delivery> {
-    std::size_t operator()(const ChatModel::TimelineMessage::Delivery& delivery) const noexcept;
+struct std::hash<ChatModel::TimelineMessage::Failed> {
+    std::size_t operator()(const ChatModel::TimelineMessage::Failed& failed) const noexcept;
 };
 
 template <>

@@ -38,16 +38,18 @@ Collation::Collation(std::string_view locale) {
     // To a language that it does not know ICU gives the order of the root.
     if (U_FAILURE(error) || *known.getISO3Language() == '\0') throw UnknownLocale(locale);
     std::unique_ptr<icu::Collator> collator(icu::Collator::createInstance(known, error));
-    if (error == U_ILLEGAL_ARGUMENT_ERROR) throw UnknownLocale(locale);  // "en-u-ka-bogus"
-    check(error);
+    if (error == U_MEMORY_ALLOCATION_ERROR) throw std::bad_alloc();
+    if (U_FAILURE(error)) throw UnknownLocale(locale);  // "en-u-ka-bogus"
+    // The tag may have asked for another one of each.
     collator->setAttribute(UCOL_STRENGTH, UCOL_SECONDARY, error);
+    collator->setAttribute(UCOL_CASE_LEVEL, UCOL_OFF, error);
     collator->setAttribute(UCOL_NUMERIC_COLLATION, UCOL_ON, error);
     check(error);
     rules_ = std::make_shared<const Rules>(Rules{std::move(collator)});
 }
 
-// Two texts are compared by their keys alone: where a common beginning ends in a digit and one beyond ASCII follows, ICU
-// 72 compares them as if the number started there, in most locales, and so in no order at all.
+// Two texts are compared by their keys alone: where a common beginning ends in a digit and one beyond ASCII follows,
+// ICU 72 compares them as if the number started there, in most locales, and so in no order at all.
 std::string Collation::sortKey(std::string_view text) const {
     const auto utf16 = icu::UnicodeString::fromUTF8({text.data(), sizeOf(text)});
     std::array<std::uint8_t, 256> bytes;  // as long as most keys

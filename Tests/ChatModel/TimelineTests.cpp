@@ -33,14 +33,15 @@ std::vector<Post> posts(const std::string& text) {
 
 /// "ID*+" for one's own post that continues the one before it; then its delivery, footer and reactions.
 std::string shown(const std::vector<TimelineItem>& items) {
-    const char* const deliveries[] = {"failed", "", "?"};
     std::string text;
     for (const auto& item : items) {
         text += (text.empty() ? "" : " ") + item.id();
         const auto* message = std::get_if<TimelineMessage>(&item.content);
         if (message == nullptr) continue;
         text.append(message->isOwn ? "*" : "").append(message->isContinuation ? "+" : "");
-        text.append(deliveries[int(message->delivery.kind)]).append(message->delivery.message.value_or(""));
+        const auto* failed = std::get_if<TimelineMessage::Failed>(&message->delivery);
+        if (failed != nullptr) text += "failed" + failed->message;
+        if (message->delivery == TimelineMessage::Delivery(TimelineMessage::Sending::pending)) text += '?';
         text.append(message->showsThreadFooter ? "^" : "");
         for (const auto& [name, count, isMine] : message->reactions)
             text += '(' + name + std::to_string(count) + (isMine ? "*)" : ")");

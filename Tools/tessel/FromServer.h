@@ -16,8 +16,9 @@ namespace tessel {
 struct FromServer {
     template <class Entity>
     static void decode(Foundation::JSONReader& reader, Entity& entity) {
+        const std::string_view json = reader.raw();
         try {
-            entity = ChatModel::ServerJSON<Entity>::decode(reader.raw());
+            entity = ChatModel::ServerJSON<Entity>::decode(json);
         } catch (const Foundation::DecodingError& error) {
             throw error.below(reader.path());
         }

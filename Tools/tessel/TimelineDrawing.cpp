@@ -156,9 +156,10 @@ private:
     }
 
     void addDelivery(const TimelineMessage::Delivery& delivery) {
-        using enum TimelineMessage::Delivery::Case;
-        if (delivery.kind == pending) addText("being sent …", Style::dim);
-        if (delivery.kind == failed) addText("not sent: " + printable(delivery.message.value_or("")), Style::alarming);
+        if (const auto* failed = std::get_if<TimelineMessage::Failed>(&delivery))
+            addText("not sent: " + printable(failed->message), Style::alarming);
+        else if (std::get<TimelineMessage::Sending>(delivery) == TimelineMessage::Sending::pending)
+            addText("being sent …", Style::dim);
     }
 
     void addFooter(const Post& post, const CivilTime& time) {

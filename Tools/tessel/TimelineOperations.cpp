@@ -18,20 +18,15 @@ constexpr auto Foundation::fields<ReactionSummary> = std::tuple{
     required("includesCurrentUser", &ReactionSummary::includesCurrentUser),
 };
 
-template <>
-inline constexpr std::array<std::string_view, 3> Foundation::wireNames<TimelineMessage::Delivery::Case> = {
-    "failed", "sent", "pending"};
-
 namespace tessel {
 
 namespace {
 
 void write(JSONWriter& writer, const TimelineMessage::Delivery& delivery) {
-    const std::string_view name = Foundation::wireName(delivery.kind);
-    if (delivery.message)
-        writer.beginObject().key(name).value(*delivery.message).endObject();
+    if (const auto* failed = std::get_if<TimelineMessage::Failed>(&delivery))
+        writer.beginObject().key("failed").value(failed->message).endObject();
     else
-        writer.value(name);
+        writer.value(Foundation::wireName(std::get<TimelineMessage::Sending>(delivery)));
 }
 
 void write(JSONWriter& writer, const TimelineMessage& message) {
