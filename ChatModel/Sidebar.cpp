@@ -1,6 +1,7 @@
 #include "ChatModel/Sidebar.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <tuple>
 #include <utility>
 
@@ -28,22 +29,21 @@ namespace {
 using Identifiers = absl::flat_hash_set<std::string_view>;
 using SortKeyPrefix = Text::Collation::SortKeyPrefix;
 
-/// A channel, the user's membership in it, and what is to be known of both before they are moved into a row.
-struct Joined {
-    Channel* channel = nullptr;
+/// A channel that categories list, and what is to be known of it before it is moved into a row.
+struct Listed {
+    Channel* channel = nullptr;       ///< null where there is none
     ChannelMember* member = nullptr;  ///< null where the user is no member
-    std::size_t rowsToMake = 0;
-    std::int64_t recency = 0;
     std::string title;
-    std::string sortKey;          ///< of the title; made when it is first needed
     SortKeyPrefix sortKeyPrefix;  ///< of the title, where a category is sorted by it
+    std::int64_t recency = 0;
+    std::uint32_t rowsToMake = 0;
     bool isSortedByTitle = false;
     bool isMuted = false;
     bool isClosed = false;
 };
 
 struct Row {
-    Joined* joined;
+    Listed* listed;
     std::size_t position;  ///< among those of its category, before they are sorted
     bool isMuted;
     SortKeyPrefix sortKeyPrefix;
@@ -55,13 +55,9 @@ bool isByTitle(SidebarCategory::Sorting sorting) {
     return sorting == SidebarCategory::Sorting::alphabetical || sorting == SidebarCategory::Sorting::default_;
 }
 
-/// Has the processor fetch what is soon to be moved. Sorted rows find it all over the memory: to wait for each piece takes
-/// longer than all else that is done for a row.
-template <class Value>
-void prefetch(const Value& value) {
-    constexpr std::size_t cacheLine = 64;
-    for (std::size_t offset = 0; offset < sizeof(Value); offset += cacheLine)
-        __builtin_prefetch(reinterpret_cast<const char*>(&value) + offset);
+std::int64_t recencyOf(const Channel& channel, bool countsRootPosts) {
+    const bool isByRootPosts = countsRootPosts && channel.lastRootPostAt >= 1;
+    return std::max(channel.createAt, isByRootPosts ? channel.lastRootPostAt : channel.lastPostAt);
 }
 
 /// Makes the sections of an input. Thousands of its records do not fit into a processor's cache: as far as that can be,
@@ -69,43 +65,63 @@ void prefetch(const Value& value) {
 class Assembly {
 public:
     Assembly(Input input, std::string_view locale) : input_(std::move(input)), collation_(locale) {
+        takeCategories();
         takeChannels();
         takeMembers();
-        // All are found before the first one is moved, and its identifier with it.
-        rows_.reserve(input_.categories.size());
-        for (const auto& category : input_.categories)
-            rows_.push_back(rowsOf(category));
-        for (auto& joined : joined_)
-            if (joined.isSortedByTitle) joined.sortKeyPrefix = collation_.sortKeyPrefix(joined.title);
     }
 
     std::vector<SidebarSection> sections() {
-        std::vector<SidebarSection> sections(rows_.size());
+        // All rows are known before the first record is moved.
+        std::vector<Rows> rows;
+        for (auto first = entries_.cbegin(); const auto& category : input_.categories) {
+            const auto last = first + static_cast<std::ptrdiff_t>(category.channelIDs.size());
+            rows.push_back(rowsOf(first, last));
+            first = last;
+        }
+        std::vector<SidebarSection> sections(rows.size());
         for (std::size_t i = 0; i < sections.size(); ++i) {
             sections[i].category = std::move(input_.categories[i]);
-            sort(rows_[i], sections[i].category.sorting);
-            fill(sections[i], rows_[i]);
+            sort(rows[i], sections[i].category.sorting);
+            sections[i].channels.reserve(rows[i].size());
+            for (const Row& row : rows[i])
+                append(*row.listed, sections[i]);
         }
         return sections;
     }
 
 private:
+    using Entries = std::vector<Listed*>;
+
+    void takeCategories() {
+        std::size_t count = 0;
+        for (const auto& category : input_.categories)
+            count += category.channelIDs.size();
+        listed_.reserve(count);  // they stay where they are
+        entries_.reserve(count);
+        byChannelID_.reserve(count);
+        for (const auto& category : input_.categories)
+            for (const auto& id : category.channelIDs) {
+                auto& listed = byChannelID_[id];
+                if (listed == nullptr) listed = &listed_.emplace_back();
+                listed->isSortedByTitle |= isByTitle(category.sorting);
+                entries_.push_back(listed);
+            }
+    }
+
     void takeChannels() {
         const Identifiers closedPeers = closed("direct_channel_show");
         const Identifiers closedGroups = closed("group_channel_show");
-        joined_.reserve(input_.channels.size());
-        byChannelID_.reserve(input_.channels.size());
         for (auto& channel : input_.channels) {
-            auto& joined = joined_.emplace_back();
-            byChannelID_[channel.id] = &joined;
-            joined.channel = &channel;
-            joined.title = channel.title(input_.currentUserID, input_.peerNames);
-            const bool countsRootPosts = input_.collapsedThreads && channel.lastRootPostAt >= 1;
-            joined.recency = std::max(channel.createAt, countsRootPosts ? channel.lastRootPostAt : channel.lastPostAt);
-            if (channel.kind == Channel::Kind::group)
-                joined.isClosed = closedGroups.contains(channel.id);
-            else if (const auto peer = channel.directPeerID(input_.currentUserID))
-                joined.isClosed = closedPeers.contains(*peer);
+            const auto found = byChannelID_.find(channel.id);
+            if (found == byChannelID_.end()) continue;
+            Listed& listed = *found->second;
+            listed.channel = &channel;
+            listed.title = channel.title(input_.currentUserID, input_.peerNames);
+            if (listed.isSortedByTitle) listed.sortKeyPrefix = collation_.sortKeyPrefix(listed.title);
+            listed.recency = recencyOf(channel, input_.collapsedThreads);
+            const auto peer = channel.directPeerID(input_.currentUserID);
+            listed.isClosed = channel.kind == Channel::Kind::group ? closedGroups.contains(channel.id)
+                                                                   : peer && closedPeers.contains(*peer);
         }
     }
 
@@ -126,16 +142,14 @@ private:
         return names;
     }
 
-    Rows rowsOf(const SidebarCategory& category) {
+    static Rows rowsOf(Entries::const_iterator first, Entries::const_iterator last) {
         Rows rows;
-        rows.reserve(category.channelIDs.size());
-        for (const auto& id : category.channelIDs) {
-            const auto found = byChannelID_.find(id);
-            if (found == byChannelID_.end() || found->second->member == nullptr) continue;
-            Joined& joined = *found->second;
-            ++joined.rowsToMake;
-            joined.isSortedByTitle |= isByTitle(category.sorting);
-            rows.push_back({&joined, rows.size(), joined.isMuted, {}});
+        rows.reserve(static_cast<std::size_t>(last - first));
+        for (; first != last; ++first) {
+            Listed& listed = **first;
+            if (listed.channel == nullptr || listed.member == nullptr) continue;
+            ++listed.rowsToMake;
+            rows.push_back({&listed, rows.size(), listed.isMuted, listed.sortKeyPrefix});
         }
         return rows;
     }
@@ -143,65 +157,54 @@ private:
     void sort(Rows& rows, SidebarCategory::Sorting sorting) const {
         if (sorting == SidebarCategory::Sorting::recent)
             std::sort(rows.begin(), rows.end(), [](const Row& left, const Row& right) {
-                return std::tie(right.joined->recency, left.position) < std::tie(left.joined->recency, right.position);
+                return std::tie(right.listed->recency, left.position) < std::tie(left.listed->recency, right.position);
             });
         if (!isByTitle(sorting)) return;
-        for (auto& row : rows)
-            row.sortKeyPrefix = row.joined->sortKeyPrefix;
-        std::sort(rows.begin(), rows.end(), [this](const Row& left, const Row& right) {
-            if (left.isMuted != right.isMuted) return right.isMuted;
-            if (const auto order = left.sortKeyPrefix <=> right.sortKeyPrefix; order != 0) return order < 0;
-            return std::tie(sortKey(*left.joined), left.joined->title, left.position) <
-                   std::tie(sortKey(*right.joined), right.joined->title, right.position);
-        });
-    }
-
-    const std::string& sortKey(Joined& joined) const {
-        if (joined.sortKey.empty()) joined.sortKey = collation_.sortKey(joined.title);
-        return joined.sortKey;
-    }
-
-    void fill(SidebarSection& section, const Rows& rows) const {
-        section.channels.reserve(rows.size());
-        for (std::size_t i = 0; i < rows.size(); ++i) {
-            prefetchAhead(rows, i);
-            append(*rows[i].joined, section);
+        const auto isBefore = [](const Row& left, const Row& right) {
+            return std::tie(left.isMuted, left.sortKeyPrefix) < std::tie(right.isMuted, right.sortKeyPrefix);
+        };
+        std::sort(rows.begin(), rows.end(), isBefore);
+        for (auto first = rows.begin(); first != rows.end();) {
+            const auto last = std::find_if(first, rows.end(), [&](const Row& row) { return isBefore(*first, row); });
+            if (last - first > 1) sortWholly(first, last);
+            first = last;
         }
     }
 
-    /// What is prefetched farthest ahead tells where the rest is.
-    static void prefetchAhead(const Rows& rows, std::size_t i) {
-        constexpr std::size_t step = 4;
-        const auto ahead = [&](std::size_t steps) { return rows[std::min(i + steps * step, rows.size() - 1)].joined; };
-        prefetch(*ahead(4));
-        prefetch(*ahead(2)->channel);
-        prefetch(*ahead(2)->member);
-        // Of the nodes of a map the first is known; the others were made with it, and lie near.
-        if (const auto& props = ahead(1)->member->notifyProps; !props.empty()) prefetch(*props.begin());
+    /// Sorts rows whose sort keys begin alike.
+    void sortWholly(Rows::iterator first, Rows::iterator last) const {
+        std::vector<std::pair<std::string, Row>> keyed;
+        for (auto row = first; row != last; ++row)
+            keyed.emplace_back(collation_.sortKey(row->listed->title), *row);
+        std::sort(keyed.begin(), keyed.end(), [](const auto& left, const auto& right) {
+            return std::tie(left.first, left.second.listed->title, left.second.position) <
+                   std::tie(right.first, right.second.listed->title, right.second.position);
+        });
+        std::transform(keyed.begin(), keyed.end(), first, [](const auto& one) { return one.second; });
     }
 
-    void append(Joined& joined, SidebarSection& section) const {
-        Channel& channel = *joined.channel;
-        ChannelMember& member = *joined.member;
+    void append(Listed& listed, SidebarSection& section) const {
+        Channel& channel = *listed.channel;
+        ChannelMember& member = *listed.member;
         const bool rootsAlone = input_.collapsedThreads;
         const std::int64_t mentions = rootsAlone ? member.mentionCountRoot : member.mentionCount;
         const std::int64_t seen = rootsAlone ? member.msgCountRoot : member.msgCount;
         const std::int64_t total = rootsAlone ? channel.totalMsgCountRoot : channel.totalMsgCount;
-        const bool isUnread = mentions > 0 || (seen < total && !joined.isMuted);
+        const bool isUnread = mentions > 0 || (seen < total && !listed.isMuted);
         const bool isFavorite = section.category.kind == SidebarCategory::Kind::favorites;
-        if (--joined.rowsToMake == 0)
-            section.channels.emplace_back(std::move(channel), std::move(member), std::move(joined.title), isUnread,
-                                          mentions, isFavorite, joined.isClosed);
+        if (--listed.rowsToMake == 0)
+            section.channels.emplace_back(std::move(channel), std::move(member), std::move(listed.title), isUnread,
+                                          mentions, isFavorite, listed.isClosed);
         else
-            section.channels.emplace_back(channel, member, joined.title, isUnread, mentions, isFavorite,
-                                          joined.isClosed);
+            section.channels.emplace_back(channel, member, listed.title, isUnread, mentions, isFavorite,
+                                          listed.isClosed);
     }
 
     Input input_;
     Text::Collation collation_;
-    std::vector<Joined> joined_;  ///< one per channel, in their order
-    absl::flat_hash_map<std::string_view, Joined*> byChannelID_;
-    std::vector<Rows> rows_;  ///< of each category
+    std::vector<Listed> listed_;
+    Entries entries_;  ///< of all categories, one behind the other
+    absl::flat_hash_map<std::string_view, Listed*> byChannelID_;
 };
 
 std::vector<const SidebarChannel*> visibleChannels(const std::vector<SidebarSection>& sections,
