@@ -73,12 +73,13 @@ void NotificationCenter::tellError(std::string summary, std::string text) {
 }
 
 void NotificationCenter::daemonChanged(bool isThere) {
-    // With the server its notifications have gone.
+    // With the server its notifications have gone, and the numbers of another one are not theirs.
     open_.clear();
+    shown_.reset();
     changed_();
     if (!isThere) return;
     delay_ = firstDelay;
-    presentWaiting();
+    if (!isPreparing_) prepare();
 }
 
 void NotificationCenter::prepare() {
@@ -127,7 +128,7 @@ void NotificationCenter::show(const Shared& item, const Notification& notificati
 void NotificationCenter::shown(const Shared& item, std::uint32_t number) {
     delay_ = firstDelay;
     hasTold_ = false;
-    if (item->entry) {
+    if (item->entry && shown_) {
         const auto& content = item->delivery.content;
         recorded(
             [&] { return shown_->add(ShownNotification::of(number, content.threadIdentifier, content.userInfo)); });

@@ -110,7 +110,11 @@ void NotificationDaemon::startServer() {
     dbus_->callMethodAsync("StartServiceByName")
         .onInterface(busName)
         .withArguments(std::string(name), std::uint32_t{0})
-        .uponReplyInvoke(answered<std::uint32_t>([this](std::uint32_t) { askOwner(); }));
+        .uponReplyInvoke([this](const sdbus::Error* error, std::uint32_t) {
+            // A server that nobody has told the bus how to start is unknown to it even while it runs: its owner tells.
+            const bool mayRun = error == nullptr || error->getName() == "org.freedesktop.DBus.Error.ServiceUnknown";
+            bus_.guarded([&] { mayRun ? askOwner() : std::exchange(prepared_, {})(error->getName()); });
+        });
 }
 
 void NotificationDaemon::askOwner() {
