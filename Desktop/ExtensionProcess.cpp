@@ -63,12 +63,13 @@ private:
 }  // namespace
 
 ExtensionProcess::ExtensionProcess(EventLoop& loop, const std::filesystem::path& program,
-                                   const std::filesystem::path& push, Completion complete)
+                                   const std::filesystem::path& push, Completion complete,
+                                   std::chrono::milliseconds limit)
     : complete_(std::move(complete)) {
     try {
         start(program, push);
         readable_ = loop.watch(output_.number(), POLLIN, [this] { read(); });
-        timer_ = loop.after(longest, [this] { end("did not answer in time"); });
+        timer_ = loop.after(limit, [this] { end("did not answer in time"); });
     } catch (const std::system_error& error) {
         log().error("The extension could not be started: ", os::Public{error.what()});
         timer_ = loop.after({}, [this] { end(nullptr); });

@@ -26,7 +26,7 @@ public:
     /// Starts the program with the file that holds the push, a JSON object. `complete` is called by the loop, once; why
     /// there is no line is in the log by then.
     ExtensionProcess(EventLoop& loop, const std::filesystem::path& program, const std::filesystem::path& push,
-                     Completion complete);
+                     Completion complete, std::chrono::milliseconds limit = longest);
     ~ExtensionProcess();
     ExtensionProcess(const ExtensionProcess&) = delete;
     ExtensionProcess& operator=(const ExtensionProcess&) = delete;
