@@ -58,7 +58,7 @@ protected:
     std::unique_ptr<sdbus::IObject> object_;
 };
 
-/// A notification server that shows nothing, and answers when and as a test says.
+/// A notification server that shows nothing, and answers when and as a test says; and a dock.
 class NotificationServer final : public Peer {
 public:
     using Number = std::uint32_t;
@@ -89,6 +89,13 @@ public:
             locked([&] { closed_.push_back(number); });
         });
         object_->registerSignal("NotificationClosed").onInterface(name_).withParameters<Number, Number>();
+        badge_ = connection_->addMatch("type='signal',member='Update',interface='com.canonical.Unity.LauncherEntry'", [this](sdbus::Message& message) {
+            std::string uri;
+            Values properties;
+            message >> uri >> properties;
+            locked([&] { badges_.push_back(uri + ' ' + std::to_string(properties.at("count").get<std::int64_t>()) + ' ' +
+                                           std::to_string(properties.at("count-visible").get<bool>())); });
+        });
         for (const char* signal : {"ActionInvoked", "ActivationToken", "NotificationReplied"})
             object_->registerSignal(signal).onInterface(name_).withParameters<Number, std::string>();
         serve();
@@ -96,6 +103,8 @@ public:
 
     std::vector<Shown> shown() const { return locked([&] { return shown_; }); }
     std::vector<Number> closed() const { return locked([&] { return closed_; }); }
+    /// What a dock was told: "application://… 3 1".
+    std::vector<std::string> badges() const { return locked([&] { return badges_; }); }
     /// The one of this place, once it has come.
     Shown next(std::size_t place = 0) const {
         EXPECT_TRUE(eventually([&] { return shown().size() > place; }));
@@ -119,6 +128,8 @@ private:
     Number last_ = 0;
     std::vector<Shown> shown_;
     std::vector<Number> closed_;
+    std::vector<std::string> badges_;
+    sdbus::Slot badge_;
     std::deque<std::pair<sdbus::Result<Number>, Number>> held_;
 };
 
@@ -167,7 +178,7 @@ public:
                     return std::tuple(std::string("REGISTRATION_SUCCEEDED"), std::string());
                 });
         serve();
-        connector_ = sdbus::createProxy(service, "/org/unifiedpush/Connector");
+        connector_ = sdbus::createProxy(sdbus::createSessionBusConnection(), service, "/org/unifiedpush/Connector");
     }
 
     std::vector<std::string> tokens() const { return locked([&] { return tokens_; }); }
@@ -228,16 +239,33 @@ struct DesktopTest : ProgramTest {
         process_ = std::stoi(Support::readFile(directory / "process"));
     }
     void show(const std::string& pushes) { desktop({"show"}, pushes); }
-    /// Its status once it has ended, with a signal or by itself.
-    int kill(int signal) {
-        if (process_ == 0) return 0;
-        ::kill(std::exchange(process_, 0), signal);
-        return ended().status;
-    }
+    /// Its status once it has ended: by itself, or with a signal.
     int end() {
-        process_ = 0;
-        return ended().status;
+        int status = 0;
+        if (const pid_t process = std::exchange(process_, 0); process != 0) ::waitpid(process, &status, 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     }
+    int kill(int signal) {
+        if (process_ != 0) ::kill(process_, signal);
+        return end();
+    }
+    bool hasEnded() const {
+        siginfo_t info{};
+        return ::waitid(P_PID, process_, &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid != 0;
+    }
+    /// Has another program be the extension: a shell script, whose $5 is the push's file.
+    void extend(const std::string& script) {
+        const auto program = directory / "other.appex/Contents/MacOS/TesselMacNotificationService";
+        Support::writeFile(program, script);
+        std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+        environment["TESSEL_BUNDLE"] = (directory / "other.appex").string();
+    }
+    static std::vector<std::string> bodies(const NotificationServer& notifications) {
+        std::vector<std::string> bodies;
+        for (const auto& one : notifications.shown()) bodies.push_back(one.body);
+        return bodies;
+    }
+
     std::string errors() const { return Support::readFile(directory / "err"); }
     bool hasLogged(std::string_view text) const { return eventually([&] { return errors().find(text) != std::string::npos; }); }
 
