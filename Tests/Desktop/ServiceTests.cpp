@@ -148,7 +148,8 @@ TEST_F(ServiceTest, TakesTheUsersAnswersToTheClient) {
 }
 
 TEST_F(ServiceTest, LetsAnExtensionThatHangsHoldUpNoOtherChannel) {
-    extend("#!/bin/sh\ngrep -q hang \"$5\" || exec '" TESSEL_EXTENSION "' \"$@\"\necho $$ > hung; exec sleep 1000\n");
+    extend("#!/bin/sh\ngrep -q hang \"$5\" || exec '" TESSEL_EXTENSION "' \"$@\"\necho $$ > '" +
+           (directory / "hung").string() + "'; exec sleep 1000\n");
     NotificationServer notifications({"body"});
     const auto token = serve();
     for (const char* body : {"hang", "after it"}) distributor->message(token, message(body, "a"));
