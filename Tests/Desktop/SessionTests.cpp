@@ -119,7 +119,8 @@ TEST_P(SessionLongTest, PushesGoInAndAnswersComeOut) {
     distributor.message(token, server.push({.kind = "clear", .channelID = "other"}));
     distributor.message(token, server.push({.kind = "clear", .channelID = "c"}));
     EXPECT_TRUE(eventually([&] { return displayed() == "0\n"; }));
-    EXPECT_THAT(run({"dunstctl", "history"}).output, HasSubstr("Text of three"));
+    EXPECT_THAT(run({"dbus-send", "--print-reply", "--dest=org.freedesktop.Notifications", "/org/freedesktop/Notifications",
+                     "org.dunstproject.cmd0.NotificationListHistory"}).output, HasSubstr("Text of three"));
 
     // It ends when it is idle, and the bus starts it again.
     const auto starts = text("service.starts");
