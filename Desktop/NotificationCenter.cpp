@@ -24,6 +24,12 @@ constexpr milliseconds patience{10'000};
 constexpr const char* openAction = "open";
 constexpr std::size_t mostJustClosed = 32;
 
+/// Whether it may be the picture that the server does not take: not where it takes nothing for now, or has gone.
+bool mayBeForThePicture(const std::string& error) {
+    return error != "org.freedesktop.Notifications.Error.ExcessNotificationGeneration" &&
+           error != "org.freedesktop.DBus.Error.NoReply" && error != "org.freedesktop.DBus.Error.ServiceUnknown";
+}
+
 /// Works with the file of what is shown. A failure there costs what the file is for, and no more.
 template <class Operation>
 auto recorded(Operation operation) -> decltype(operation()) {
@@ -139,8 +145,7 @@ void NotificationCenter::shown(const Shared& item, std::uint32_t number) {
 
 void NotificationCenter::refused(const Shared& item, const std::string& error) {
     if (item->entry) item->entry = Spool::unmarked(*item->entry);
-    // It may be the picture that the server does not take.
-    if (item->delivery.sender) item->delivery.sender->image.reset();
+    if (mayBeForThePicture(error) && item->delivery.sender) item->delivery.sender->image.reset();
     waiting_.push_front(item);
     tellAndRetry(error);
 }

@@ -75,17 +75,22 @@ public:
         std::int32_t timeout;
     };
 
+    /// `isHeld`: the answers wait until they are released. `refusals` are the errors that the first ones are answered with.
     explicit NotificationServer(std::vector<std::string> capabilities = {"actions", "body", "body-markup", "inline-reply"},
-                                int refused = 0, bool isHeld = false)
-        : Peer("org.freedesktop.Notifications", "/org/freedesktop/Notifications"), refused_(refused), isHeld_(isHeld) {
+                                bool isHeld = false, std::deque<std::string> refusals = {})
+        : Peer("org.freedesktop.Notifications", "/org/freedesktop/Notifications"),
+          isHeld_(isHeld),
+          refusals_(std::move(refusals)) {
         object_->registerMethod("GetCapabilities").onInterface(name_).implementedAs([=] { return capabilities; });
         object_->registerMethod("Notify").onInterface(name_).implementedAs(
             [this](sdbus::Result<Number>&& result, const std::string&, Number replaced, const std::string&,
                    const std::string& summary, const std::string& body, const std::vector<std::string>& actions,
                    const Values& hints, std::int32_t timeout) {
                 const std::lock_guard lock(mutex_);
-                if (refused_-- > 0)
-                    return result.returnError(sdbus::Error(name_ + ".Error.ExcessNotificationGeneration", "too many"));
+                if (!refusals_.empty()) {
+                    result.returnError(sdbus::Error(refusals_.front(), "refused"));
+                    return refusals_.pop_front();
+                }
                 shown_.push_back({replaced != 0 ? replaced : ++last_, replaced, summary, body, actions, hints, timeout});
                 held_.emplace_back(std::move(result), shown_.back().number);
                 if (!isHeld_) answerHeld();
@@ -128,8 +133,8 @@ private:
         for (auto& [result, number] : std::exchange(held_, {})) result.returnResults(number);
     }
 
-    int refused_;
     bool isHeld_;
+    std::deque<std::string> refusals_;
     Number last_ = 0;
     std::vector<Shown> shown_;
     std::vector<Number> closed_;

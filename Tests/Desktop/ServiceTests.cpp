@@ -78,7 +78,7 @@ TEST_F(ServiceTest, LosesNothingThatItHasTakenAndShowsNothingTwice) {
     kill(SIGKILL);
     EXPECT_THAT(kept(), ElementsAre(".json", ".json", ".json"));
 
-    NotificationServer notifications({"body"}, 0, true);
+    NotificationServer notifications({"body"}, true);
     serve();
     EXPECT_EQ(notifications.next().body, "1");
     kill(SIGKILL);  // whether it was shown, this one cannot know
