@@ -73,8 +73,15 @@ TEST_F(ServiceTest, ShowsTheMessagesOfEitherVersion) {
 }
 
 TEST_F(ServiceTest, LosesNothingThatItHasTakenAndShowsNothingTwice) {
+    // What could not be shown is the service's to show.
+    environment["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=/nowhere";
+    show(message("1"));
+    EXPECT_EQ(end(), 3);
+    environment.erase("DBUS_SESSION_BUS_ADDRESS");
+
     const auto token = serve();
-    for (const char* body : {"1", "2", "3"}) distributor->message(token, message(body));
+    for (const char* body : {"2", "3"})
+        distributor->message(token, message(body));
     kill(SIGKILL);
     EXPECT_THAT(kept(), ElementsAre(".json", ".json", ".json"));
 
@@ -145,6 +152,21 @@ TEST_F(ServiceTest, TakesTheUsersAnswersToTheClient) {
     notifications.tell("NotificationReplied", a, std::string("It was closed"));
     notifications.tell("NotificationReplied", b, std::string("Yes"));
     EXPECT_EQ(client.next(calls++), "REPLY: " + pushed("b") + "text=Yes type=message | ");
+}
+
+TEST_F(ServiceTest, TakesAnotherServersNumbersForOtherNotifications) {
+    std::optional<NotificationServer> notifications(std::in_place);
+    const ChatClient client;
+    const auto token = serve();
+    distributor->message(token, message("Old"));
+    const auto number = notifications->next().number;
+    notifications.emplace();
+    notifications->tell("ActionInvoked", number, std::string("default"));
+    distributor->message(token, message("New"));
+    EXPECT_EQ(notifications->next().number, number);
+    EXPECT_EQ(notifications->next().replaced, 0);
+    notifications->tell("ActionInvoked", number, std::string("default"));
+    EXPECT_THAT(client.next(), HasSubstr("post_id=post-New"));
 }
 
 TEST_F(ServiceTest, LetsAnExtensionThatHangsHoldUpNoOtherChannel) {
