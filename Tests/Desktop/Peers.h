@@ -19,7 +19,7 @@ using Values = std::map<std::string, sdbus::Variant>;
 
 /// Whether the condition comes true, which it is asked ever again.
 template <class Condition>
-bool eventually(Condition condition, std::chrono::seconds bound = std::chrono::seconds(10)) {
+bool eventually(Condition condition, std::chrono::seconds bound = std::chrono::seconds(40)) {
     for (const auto end = std::chrono::steady_clock::now() + bound; !condition();) {
         if (std::chrono::steady_clock::now() > end) return false;
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
