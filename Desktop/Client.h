@@ -10,7 +10,7 @@
 
 namespace Desktop {
 
-/// The chat client, as the bus knows it: `org.freedesktop.Application` (Desktop Entry Specification 1.5, "D-Bus
+/// The chat client, as the bus knows it: `org.freedesktop.Application` (freedesktop.org's desktop entries 1.5, "D-Bus
 /// Activation") under the name "com.norvane.tessel". The bus starts it where it does not run.
 class Client {
 public:

@@ -123,7 +123,10 @@ void ExtensionProcess::end(const char* reason) {
         ::waitpid(std::exchange(process_, -1), &status, 0);
     }
     const bool isLine = !written_.empty() && written_.find('\n') == written_.size() - 1;
-    if (reason == nullptr && !isLine) reason = WIFSIGNALED(status) ? "crashed" : "answered with no line";
+    if (reason == nullptr && !isLine) {
+        const bool hasCrashed = WIFSIGNALED(status) && WTERMSIG(status) != SIGKILL;
+        reason = hasCrashed ? "crashed" : "answered with no line";
+    }
     if (reason != nullptr) {
         log().error("The extension ", os::Public{reason}, "; the push is shown as it came");
         return complete_(std::nullopt);

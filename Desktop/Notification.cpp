@@ -16,11 +16,17 @@ namespace {
 constexpr std::string_view applicationName = "Tessel";
 constexpr std::size_t longestLine = 200;  // in characters
 
+/// In bytes: families of emoji have thirty, and what has more is a heap of accents.
+constexpr std::size_t longestCharacter = 256;
+
 /// The text's first characters, and "…" where there are more.
 std::string_view firstCharacters(std::string_view text, std::size_t count) {
     std::size_t end = 0;
-    while (end < text.size() && count-- > 0)
-        end = Text::characterAt(text, end, Text::Case::sensitive).end;
+    while (end < text.size() && count-- > 0) {
+        const std::size_t next = Text::characterAt(text, end, Text::Case::sensitive).end;
+        if (next - end > longestCharacter) break;
+        end = next;
+    }
     return text.substr(0, end);
 }
 
@@ -130,7 +136,7 @@ Abilities Abilities::of(const std::vector<std::string>& capabilities) {
     return {has("actions"), has("body-markup"), has("inline-reply"), has("persistence")};
 }
 
-std::optional<Notification> Notification::of(const Delivery& delivery, const Abilities& abilities) {
+std::optional<Notification> Notification::of(const Delivery& delivery, const Abilities& abilities, const Texts& texts) {
     const auto& [content, sender, push, isVerified] = delivery;
     if (push && (push->kind == Kind::clear || push->kind == Kind::updateBadge)) return std::nullopt;
     if (content.title.empty() && content.subtitle.empty() && content.body.empty()) return std::nullopt;
@@ -142,7 +148,7 @@ std::optional<Notification> Notification::of(const Delivery& delivery, const Abi
     notification.urgency = urgencyOf(content.userInfo);
     notification.isSilent = !content.sound;
     if (!abilities.hasActions) return notification;
-    if (push) notification.actions.emplace_back(openKey, "Open");
+    if (push) notification.actions.emplace_back(openKey, texts.open);
     if (push && content.categoryIdentifier == PushPayload::replyCategory)
         notification.actions.emplace_back(abilities.hasInlineReply ? inlineReplyKey : PushPayload::replyAction,
                                           "Reply");

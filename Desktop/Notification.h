@@ -8,10 +8,11 @@
 
 #include "Desktop/Delivery.h"
 #include "Desktop/Picture.h"
+#include "Desktop/Texts.h"
 
 namespace Desktop {
 
-/// What a notification server can do, by the names of the Desktop Notifications Specification 1.2.
+/// What a notification server can do, by the names that freedesktop.org's desktop notifications 1.2 give.
 struct Abilities {
     bool hasActions = false;      ///< "actions"
     bool hasMarkup = false;       ///< "body-markup": a body is read as markup
@@ -23,7 +24,7 @@ struct Abilities {
 
 /// A notification as a server takes it.
 struct Notification {
-    /// As the specification numbers them.
+    /// As they are numbered on the bus.
     enum class Urgency { low, normal, critical };
 
     /// The keys of actions: a click on the notification itself, and a reply in the notification. A button that asks the
@@ -41,7 +42,8 @@ struct Notification {
 
     /// A push as this server can show it; nothing for what has no text to be shown, and for pushes that only tell of
     /// others (`clear`, `updateBadge`).
-    static std::optional<Notification> of(const Delivery& delivery, const Abilities& abilities);
+    static std::optional<Notification> of(const Delivery& delivery, const Abilities& abilities,
+                                          const Texts& texts = Texts());
 
     /// An error that the user is told.
     static Notification error(std::string_view summary, std::string_view text, const Abilities& abilities);

@@ -24,10 +24,13 @@ constexpr milliseconds patience{10'000};
 constexpr const char* openAction = "open";
 constexpr std::size_t mostJustClosed = 32;
 
-/// Whether it may be the picture that the server does not take: not where it takes nothing for now, or has gone.
-bool mayBeForThePicture(const std::string& error) {
-    return error != "org.freedesktop.Notifications.Error.ExcessNotificationGeneration" &&
-           error != "org.freedesktop.DBus.Error.NoReply" && error != "org.freedesktop.DBus.Error.ServiceUnknown";
+/// A notification that a server refuses this often is left to a later process.
+constexpr int mostRefusals = 3;
+
+/// Whether the server takes nothing for now, or has gone: it is not for the notification that it was refused.
+bool isPassing(const std::string& error) {
+    return error == "org.freedesktop.Notifications.Error.ExcessNotificationGeneration" ||
+           error == "org.freedesktop.DBus.Error.NoReply" || error == "org.freedesktop.DBus.Error.ServiceUnknown";
 }
 
 /// Works with the file of what is shown. A failure there costs what the file is for, and no more.
@@ -44,13 +47,14 @@ auto recorded(Operation operation) -> decltype(operation()) {
 }  // namespace
 
 NotificationCenter::NotificationCenter(EventLoop& loop, Bus& bus, std::filesystem::path shown, Answers answers,
-                                       std::function<void()> changed)
+                                       Texts texts, std::function<void()> changed)
     : loop_(loop),
       daemon_(bus, *this),
       client_(bus),
       badge_(bus),
       file_(std::move(shown)),
       answers_(answers),
+      texts_(std::move(texts)),
       changed_(std::move(changed)),
       delay_(firstDelay) {
     // What an earlier process has shown can be answered from now on.
@@ -69,12 +73,12 @@ NotificationCenter::~NotificationCenter() {
 }
 
 void NotificationCenter::present(Delivery delivery, Spool::Entry entry, std::function<void()> done) {
-    waiting_.push_back(std::make_shared<Item>(Item{std::move(delivery), std::move(entry), std::move(done), {}, {}}));
+    waiting_.push_back(std::make_shared<Item>(Item{std::move(delivery), std::move(entry), std::move(done), {}, {}, 0}));
     presentWaiting();
 }
 
 void NotificationCenter::tellError(std::string summary, std::string text) {
-    waiting_.push_back(std::make_shared<Item>(Item{{}, std::nullopt, [] {}, std::move(summary), std::move(text)}));
+    waiting_.push_back(std::make_shared<Item>(Item{{}, std::nullopt, [] {}, std::move(summary), std::move(text), 0}));
     presentWaiting();
 }
 
@@ -82,10 +86,12 @@ void NotificationCenter::daemonChanged(bool isThere) {
     // With the server its notifications have gone, and the numbers of another one are not theirs.
     open_.clear();
     shown_.reset();
+    justClosed_.clear();
     changed_();
     if (!isThere) return;
     delay_ = firstDelay;
-    if (!isPreparing_) prepare();
+    isHeldBack_ = false;
+    presentWaiting();
 }
 
 void NotificationCenter::prepare() {
@@ -100,7 +106,7 @@ void NotificationCenter::prepare() {
 }
 
 void NotificationCenter::presentWaiting() {
-    if (waiting_.empty() || isPreparing_) return;
+    if (isPreparing_ || isHeldBack_) return;
     if (!daemon_.isReady()) return prepare();
     for (auto items = std::exchange(waiting_, {}); const auto& item : items)
         present(item);
@@ -111,7 +117,7 @@ void NotificationCenter::present(const Shared& item) {
     const auto& [content, sender, push, isVerified] = item->delivery;
     if (isVerified && content.badge) badge_.show(*content.badge);
     if (isVerified && push->kind == Kind::clear) closeClearedBy(*push);
-    const auto notification = Notification::of(item->delivery, daemon_.abilities());
+    const auto notification = Notification::of(item->delivery, daemon_.abilities(), texts_);
     if (!notification) return finish(item);
     show(item, *notification);
 }
@@ -145,7 +151,16 @@ void NotificationCenter::shown(const Shared& item, std::uint32_t number) {
 
 void NotificationCenter::refused(const Shared& item, const std::string& error) {
     if (item->entry) item->entry = Spool::unmarked(*item->entry);
-    if (mayBeForThePicture(error) && item->delivery.sender) item->delivery.sender->image.reset();
+    if (!isPassing(error)) {
+        if (++item->refusals == mostRefusals) {
+            log().error("The server refuses a notification for good, which is left to a later process: ",
+                        os::Public{error});
+            item->done();
+            return changed_();
+        }
+        // It may be the picture that it does not take.
+        if (item->delivery.sender) item->delivery.sender->image.reset();
+    }
     waiting_.push_front(item);
     tellAndRetry(error);
 }
@@ -186,8 +201,8 @@ void NotificationCenter::chosen(std::uint32_t number, const std::string& key, co
     if (!shown) return;
     const bool isReply = key == PushPayload::replyAction;
     if (!isReply && key != Notification::openKey) return;
-    activate(isReply ? PushPayload::replyAction : openAction, shown->push, token, "Tessel could not be opened",
-             "The chat client cannot be started.");
+    activate(isReply ? PushPayload::replyAction : openAction, shown->push, token, texts_.notOpened,
+             texts_.clientNotStarted);
 }
 
 void NotificationCenter::replied(std::uint32_t number, const std::string& text) {
@@ -195,7 +210,7 @@ void NotificationCenter::replied(std::uint32_t number, const std::string& text) 
     if (!shown) return;
     auto parameter = shown->push;
     parameter["text"] = text;
-    activate(PushPayload::replyAction, parameter, "", "Your reply was not sent", text);
+    activate(PushPayload::replyAction, parameter, "", texts_.replyNotSent, text);
 }
 
 void NotificationCenter::activate(std::string_view action, const Foundation::Dictionary& parameter,
@@ -213,8 +228,13 @@ void NotificationCenter::activate(std::string_view action, const Foundation::Dic
 }
 
 void NotificationCenter::tellAndRetry(const std::string& error) {
-    if (!std::exchange(hasTold_, true)) log().error("Notifications cannot be shown for now: ", os::Public{error});
-    retry_ = loop_.after(std::exchange(delay_, std::min(delay_ * 2, longestDelay)), [this] { presentWaiting(); });
+    if (!waiting_.empty() && !std::exchange(hasTold_, true))
+        log().error("Notifications cannot be shown for now: ", os::Public{error});
+    isHeldBack_ = true;
+    retry_ = loop_.after(std::exchange(delay_, std::min(delay_ * 2, longestDelay)), [this] {
+        isHeldBack_ = false;
+        presentWaiting();
+    });
 }
 
 void NotificationCenter::watch() {

@@ -15,6 +15,7 @@
 #include "Desktop/NotificationDaemon.h"
 #include "Desktop/ShownNotifications.h"
 #include "Desktop/Spool.h"
+#include "Desktop/Texts.h"
 
 namespace Desktop {
 
@@ -26,7 +27,7 @@ public:
     enum class Answers { taken, leftToOthers };
 
     /// `shown` is the file of the notifications that are shown. `changed` is called whenever less is to be done.
-    NotificationCenter(EventLoop& loop, Bus& bus, std::filesystem::path shown, Answers answers,
+    NotificationCenter(EventLoop& loop, Bus& bus, std::filesystem::path shown, Answers answers, Texts texts,
                        std::function<void()> changed);
     ~NotificationCenter() override;
 
@@ -45,6 +46,7 @@ private:
         std::optional<Spool::Entry> entry;  ///< absent for an error that the user is told
         std::function<void()> done;
         std::string summary, text;  ///< of the error
+        int refusals = 0;           ///< that were for this one
     };
     using Shared = std::shared_ptr<Item>;
 
@@ -77,6 +79,7 @@ private:
     LauncherBadge badge_;
     std::filesystem::path file_;
     Answers answers_;
+    Texts texts_;
     std::function<void()> changed_;
 
     std::deque<Shared> waiting_;
@@ -86,6 +89,7 @@ private:
     std::deque<ShownNotification> justClosed_;  ///< some servers tell of an answer behind the end
     std::size_t answersUnderWay_ = 0;           ///< that the client has not taken yet
     bool isPreparing_ = false, hasTold_ = false;
+    bool isHeldBack_ = false;  ///< until it is tried again
     std::chrono::milliseconds delay_;
     EventLoop::Source retry_, watchdog_;
 };

@@ -11,8 +11,8 @@
 
 namespace Desktop {
 
-/// The desktop's notification server: `org.freedesktop.Notifications` on the session bus, as the Desktop Notifications
-/// Specification 1.2 has it. All answers come in the loop; a server that hangs answers when it goes on, or, with an
+/// The desktop's notification server: `org.freedesktop.Notifications` on the session bus, as freedesktop.org's desktop
+/// notifications 1.2 have it. All answers come in the loop; a server that hangs answers when it goes on, or, with an
 /// error, when it goes.
 class NotificationDaemon {
 public:

@@ -44,14 +44,15 @@ Spool openSpool(const std::filesystem::path& state) {
 
 }  // namespace
 
-Service::Service(std::filesystem::path state, std::filesystem::path extension, std::chrono::milliseconds idle)
+Service::Service(std::filesystem::path state, std::filesystem::path extension, Texts texts,
+                 std::chrono::milliseconds idle)
     : state_(std::move(state)),
       idle_(idle),
       bus_(loop_),
       name_(takeName(bus_, busName)),
       spool_(openSpool(state_)),
       registration_(Registration::load(state_)),
-      center_(loop_, bus_, state_ / shownNotifications, NotificationCenter::Answers::taken,
+      center_(loop_, bus_, state_ / shownNotifications, NotificationCenter::Answers::taken, std::move(texts),
               [this] { restartIdleTime(); }),
       queue_(loop_, center_, std::move(extension), [this] { restartIdleTime(); }),
       connector_(bus_, *this),

@@ -23,7 +23,7 @@ public:
     /// `state` is the directory for what outlives the process, `extension` the extension's program. `idle` is for how
     /// long nothing must happen before the service ends. Throws `sdbus::Error`, `Foundation::CocoaError`, and
     /// `std::runtime_error` where another process has the bus name.
-    Service(std::filesystem::path state, std::filesystem::path extension, std::chrono::milliseconds idle);
+    Service(std::filesystem::path state, std::filesystem::path extension, Texts texts, std::chrono::milliseconds idle);
 
     /// Serves until it is idle, or told to end by a signal.
     void run();

@@ -27,18 +27,16 @@ Foundation::Data json(const Foundation::Dictionary& payload) {
     return Foundation::bytes(writer.text());
 }
 
-/// Whether all were shown in time.
-bool show(const std::vector<Spool::Entry>& entries, const std::filesystem::path& state,
-          const std::filesystem::path& extension) {
-    bool isShown = false;
+/// Shows what can be shown in time.
+void show(const std::vector<Spool::Entry>& entries, const std::filesystem::path& state,
+          const std::filesystem::path& extension, const Texts& texts) {
     try {
         EventLoop loop;
         Bus bus(loop);
         NotificationCenter center(loop, bus, state / shownNotifications, NotificationCenter::Answers::leftToOthers,
-                                  [] {});
+                                  texts, [] {});
         PushQueue queue(loop, center, extension, [&] {
-            isShown = queue.isEmpty();
-            if (isShown) loop.leave();
+            if (queue.isEmpty()) loop.leave();
         });
         for (const auto& entry : entries)
             queue.add(entry);
@@ -47,12 +45,11 @@ bool show(const std::vector<Spool::Entry>& entries, const std::filesystem::path&
     } catch (const sdbus::Error& error) {
         log().error("There is no session bus, and so nothing is shown: ", os::Public{error.getName()});
     }
-    return isShown;
 }
 
 }  // namespace
 
-int show(const std::vector<std::string>& files, const std::filesystem::path& extension) {
+int show(const std::vector<std::string>& files, const std::filesystem::path& extension, const Texts& texts) {
     const auto state = stateDirectory();
     Spool spool(state / spoolDirectory, "show-" + std::to_string(::getpid()));
     std::vector<Spool::Entry> entries;
@@ -61,7 +58,8 @@ int show(const std::vector<std::string>& files, const std::filesystem::path& ext
         return true;
     });
 
-    const bool isShown = entries.empty() || show(entries, state, extension);
+    if (!entries.empty()) show(entries, state, extension, texts);
+    const bool isShown = spool.entries().empty();
     spool.removeIfEmpty();
     if (!isShown) return notShown;
     return isGood ? done : someInputWasBad;

@@ -4,8 +4,8 @@
 
 namespace Desktop {
 
-/// Where the desktop's part keeps what outlives a process: $XDG_STATE_HOME/tessel, else ~/.local/state/tessel (XDG Base
-/// Directory Specification 0.8). It is made where it is missing, for this user alone. Throws `Foundation::CocoaError`,
+/// Where the desktop's part keeps what outlives a process: $XDG_STATE_HOME/tessel, else ~/.local/state/tessel (XDG base
+/// directories 0.8). It is made where it is missing, for this user alone. Throws `Foundation::CocoaError`,
 /// with ENOENT where neither is known.
 std::filesystem::path stateDirectory();
 

@@ -13,6 +13,7 @@
 #include "Desktop/Service.h"
 #include "Desktop/Show.h"
 #include "Desktop/StateDirectory.h"
+#include "Desktop/Texts.h"
 #include "ExtensionHost/CommandLine.h"
 #include "Foundation/FatalError.h"
 #include "Foundation/StandardStreams.h"
@@ -26,19 +27,18 @@ std::string checkSeconds(const std::string& text) {
     return good ? "" : "a number of seconds above 0, a day at most, is wanted, not \"" + text + '"';
 }
 
-/// The extension's program, in the bundle given or found.
-std::filesystem::path extensionProgram(const std::string& bundle) {
-    const auto path = Foundation::extensionBundlePath(bundle);
-    const auto program = path / "Contents/MacOS/TesselMacNotificationService";
+/// The extension's program. Stops the process where there is none.
+std::filesystem::path programOf(const std::filesystem::path& bundle) {
+    const auto program = bundle / "Contents/MacOS/TesselMacNotificationService";
     std::error_code ignored;
     if (!std::filesystem::exists(program, ignored))
-        Foundation::fatalError("there is no extension bundle at " + path.string(), "tessel-desktop");
+        Foundation::fatalError("there is no extension bundle at " + bundle.string(), "tessel-desktop");
     return program;
 }
 
-int serve(const std::filesystem::path& program, double idle) {
+int serve(const std::filesystem::path& program, const Desktop::Texts& texts, double idle) {
     const std::chrono::duration<double> seconds(idle);
-    Desktop::Service service(Desktop::stateDirectory(), program,
+    Desktop::Service service(Desktop::stateDirectory(), program, texts,
                              std::chrono::duration_cast<std::chrono::milliseconds>(seconds));
     service.run();
     return Desktop::done;
@@ -70,8 +70,10 @@ int main(int argc, char** argv) {
     try {
         app.parse(argc, argv);
         std::signal(SIGPIPE, SIG_IGN);
-        const auto program = extensionProgram(bundle);
-        return show->parsed() ? Desktop::show(files, program) : serve(program, idle);
+        const auto path = Foundation::extensionBundlePath(bundle);
+        const auto program = programOf(path);
+        const auto texts = Desktop::Texts::load(path.parent_path());
+        return show->parsed() ? Desktop::show(files, program, texts) : serve(program, texts, idle);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? Desktop::done : Desktop::wrongUsage;
     } catch (const std::exception& error) {
