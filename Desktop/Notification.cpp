@@ -151,7 +151,7 @@ std::optional<Notification> Notification::of(const Delivery& delivery, const Abi
     if (push) notification.actions.emplace_back(openKey, texts.open);
     if (push && content.categoryIdentifier == PushPayload::replyCategory)
         notification.actions.emplace_back(abilities.hasInlineReply ? inlineReplyKey : PushPayload::replyAction,
-                                          "Reply");
+                                          texts.reply);
     return notification;
 }
 
