@@ -67,6 +67,15 @@ int main(int argc, char** argv) {
     show->add_option("--bundle", bundle, "The extension's bundle")->type_name("PATH");
     show->add_option("FILE", files, "Files with payloads; standard input for - and where there is none")
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    app.footer(
+        "Pushes come from a UnifiedPush distributor to the bus name com.norvane.tessel.NotificationService; clicks\n"
+        "and replies go to the client, com.norvane.tessel. What is not shown yet, what is shown and the\n"
+        "registration are kept in $XDG_STATE_HOME/tessel, else in ~/.local/state/tessel.\n"
+        "Exit status: 0 done, 1 some input was bad, 2 wrong usage, 3 something could not be shown or kept, 70 there\n"
+        "is no extension bundle.");
+    show->footer(
+        "It ends when all are shown, and answers no clicks: that the service does. What cannot be shown is kept\n"
+        "for the service.");
     try {
         app.parse(argc, argv);
         std::signal(SIGPIPE, SIG_IGN);
