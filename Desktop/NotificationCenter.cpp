@@ -63,7 +63,7 @@ NotificationCenter::NotificationCenter(EventLoop& loop, Bus& bus, std::filesyste
 
 /// What the server has not answered to is still to be shown.
 NotificationCenter::~NotificationCenter() {
-    for (const auto& item : beingShown_) {
+    for (const auto& item : underWay_) {
         try {
             if (item->entry) Spool::unmarked(*item->entry);
         } catch (const Foundation::CocoaError&) {
@@ -116,7 +116,7 @@ void NotificationCenter::present(const Shared& item) {
     if (!item->entry) return show(item, Notification::error(item->summary, item->text, daemon_.abilities()));
     const auto& [content, sender, push, isVerified] = item->delivery;
     if (isVerified && content.badge) badge_.show(*content.badge);
-    if (isVerified && push->kind == Kind::clear) closeClearedBy(*push);
+    if (isVerified && push->kind == Kind::clear) return closeClearedBy(item);
     const auto notification = Notification::of(item->delivery, daemon_.abilities(), texts_);
     if (!notification) return finish(item);
     show(item, *notification);
@@ -128,10 +128,10 @@ void NotificationCenter::show(const Shared& item, const Notification& notificati
     if (!thread.empty() && !daemon_.abilities().keeps)
         replaced = static_cast<std::uint32_t>(recorded([&] { return shown_->lastInThread(thread); }).value_or(0));
     if (item->entry) item->entry = Spool::marked(*item->entry);
-    beingShown_.insert(item);
+    underWay_.insert(item);
     watch();
     daemon_.show(notification, replaced, [this, item](std::optional<std::uint32_t> number, const std::string& error) {
-        if (beingShown_.erase(item) == 0) return;
+        if (underWay_.erase(item) == 0) return;
         if (number) return shown(item, *number);
         refused(item, error);
     });
@@ -171,10 +171,18 @@ void NotificationCenter::finish(const Shared& item) {
     changed_();
 }
 
-void NotificationCenter::closeClearedBy(const PushPayload& push) {
-    for (const std::int64_t number : recorded([&] { return shown_->clear(push); })) {
+void NotificationCenter::closeClearedBy(const Shared& item) {
+    const auto numbers = recorded([&] { return shown_->clear(*item->delivery.push); });
+    if (numbers.empty()) return finish(item);
+    underWay_.insert(item);
+    const auto left = std::make_shared<std::size_t>(numbers.size());
+    for (const std::int64_t number : numbers) {
         open_.erase(static_cast<std::uint32_t>(number));
-        daemon_.close(static_cast<std::uint32_t>(number));
+        daemon_.close(static_cast<std::uint32_t>(number), [this, item, left] {
+            if (--*left > 0) return;
+            underWay_.erase(item);
+            finish(item);
+        });
     }
 }
 
@@ -239,10 +247,10 @@ void NotificationCenter::tellAndRetry(const std::string& error) {
 
 void NotificationCenter::watch() {
     watchdog_ = loop_.after(patience, [this] {
-        if (beingShown_.empty() && !isPreparing_) return;
+        if (underWay_.empty() && !isPreparing_) return;
         if (!std::exchange(hasTold_, true)) log().error("The notification server does not answer");
         // Should this process end now, a later one is to show them.
-        for (const auto& item : beingShown_)
+        for (const auto& item : underWay_)
             if (item->entry) item->entry = Spool::unmarked(*item->entry);
     });
 }

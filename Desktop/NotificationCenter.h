@@ -35,7 +35,7 @@ public:
     void present(Delivery delivery, Spool::Entry entry, std::function<void()> done);
 
     /// How many are still to be presented.
-    std::size_t waiting() const { return waiting_.size() + beingShown_.size(); }
+    std::size_t waiting() const { return waiting_.size() + underWay_.size(); }
 
     /// Whether the user may still answer one of those that this object has shown, or an answer is on its way.
     bool mayBeAnswered() const { return !open_.empty() || answersUnderWay_ > 0; }
@@ -62,7 +62,7 @@ private:
     void shown(const Shared& item, std::uint32_t number);
     void refused(const Shared& item, const std::string& error);
     void finish(const Shared& item);
-    void closeClearedBy(const ChatModel::PushPayload& push);
+    void closeClearedBy(const Shared& item);
     void tellError(std::string summary, std::string text);
 
     std::optional<ShownNotification> shownWith(std::uint32_t number) const;
@@ -83,7 +83,7 @@ private:
     std::function<void()> changed_;
 
     std::deque<Shared> waiting_;
-    std::set<Shared> beingShown_;  ///< the server has been told, and has not answered
+    std::set<Shared> underWay_;  ///< the server has been told, and has not answered
     std::optional<ShownNotifications> shown_;
     std::set<std::uint32_t> open_;              ///< of those that were shown by this object
     std::deque<ShownNotification> justClosed_;  ///< some servers tell of an answer behind the end

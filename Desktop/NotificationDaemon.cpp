@@ -157,12 +157,12 @@ void NotificationDaemon::show(const Notification& notification, std::uint32_t re
         });
 }
 
-void NotificationDaemon::close(std::uint32_t notification) {
-    // One that the user has closed meanwhile is an error to some servers.
+void NotificationDaemon::close(std::uint32_t notification, std::function<void()> answered) {
     daemon_->callMethodAsync("CloseNotification")
         .onInterface(name)
+        .withTimeout(forever)
         .withArguments(notification)
-        .uponReplyInvoke([](const sdbus::Error*) {});
+        .uponReplyInvoke([this, answered = std::move(answered)](const sdbus::Error*) { bus_.guarded(answered); });
 }
 
 }  // namespace Desktop

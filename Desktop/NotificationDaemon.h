@@ -47,7 +47,8 @@ public:
     using Answer = std::function<void(std::optional<std::uint32_t> number, const std::string& error)>;
     void show(const Notification& notification, std::uint32_t replaced, Answer answer);
 
-    void close(std::uint32_t notification);
+    /// Closes one. One that the user has closed meanwhile is an error to some servers, and closed to `answered`.
+    void close(std::uint32_t notification, std::function<void()> answered);
 
 private:
     void listen();
