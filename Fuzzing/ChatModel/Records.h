@@ -39,7 +39,7 @@ ChatModel::Post post(FuzzedDataProvider& input, Text&& text) {
     if (input.ConsumeBool()) post.isFollowing = input.ConsumeBool();
     if (input.ConsumeBool()) post.props["from_webhook"] = input.PickValueInArray({"true", "false"});
     if (input.ConsumeBool()) post.props["override_username"] = text();
-    if (input.ConsumeBool()) post.props["force_notification"] = input.PickValueInArray({"true", "1"});
+    if (input.ConsumeBool()) post.props["silent_notification"] = input.ConsumeBool();
     return post;
 }
 
@@ -79,8 +79,7 @@ ChatModel::Sidebar::Input sidebarInput(FuzzedDataProvider& input, Text&& text) {
         made.categories.push_back(category);
     }
     for (int count = input.ConsumeIntegralInRange(0, 3); count > 0; --count)
-        made.preferences.push_back({identifier(input),
-                                    input.PickValueInArray({"direct_channel_show", "group_channel_show"}),
+        made.preferences.push_back({input.PickValueInArray({"direct_channel_show", "group_channel_show"}),
                                     identifier(input), input.PickValueInArray({"true", "false"})});
     if (input.ConsumeBool()) made.peerNames.emplace(identifier(input), text());
     while (input.remaining_bytes() > 0 && made.channels.size() + made.members.size() < 32) {
