@@ -6,7 +6,7 @@
 
 #include "ChatPush/PushSignature.h"
 #include "DemoServer/SigningKey.h"
-#include "Foundation/Base64.h"
+#include "Foundation/Data.h"
 
 using Fuzzing::check;
 namespace PushSignature = ChatPush::PushSignature;
@@ -46,13 +46,20 @@ std::string decoded(std::string_view segment) {
     return bytes;
 }
 
-std::string mutated(std::string token, FuzzedDataProvider& input) {
+std::string mutated(std::string text, FuzzedDataProvider& input) {
     for (int edits = input.ConsumeIntegralInRange(1, 4); edits > 0; --edits) {
-        const auto at = input.ConsumeIntegralInRange<std::size_t>(0, token.size());
-        const auto length = input.ConsumeIntegralInRange<std::size_t>(0, std::min<std::size_t>(2, token.size() - at));
-        token.replace(at, length, input.ConsumeRandomLengthString(3));
+        const auto at = input.ConsumeIntegralInRange<std::size_t>(0, text.size());
+        const auto length = input.ConsumeIntegralInRange<std::size_t>(0, std::min<std::size_t>(2, text.size() - at));
+        text.replace(at, length, input.ConsumeRandomLengthString(3));
     }
-    return token;
+    return text;
+}
+
+/// The token with its claims changed, behind the same header and in front of the same signature.
+std::string withMutatedClaims(const std::string& token, FuzzedDataProvider& input) {
+    const auto start = token.find('.') + 1, end = token.rfind('.');
+    const std::string claims = mutated(decoded(token.substr(start, end - start)), input);
+    return token.substr(0, start) + DemoServer::base64URLEncoded(Foundation::bytes(claims)) + token.substr(end);
 }
 
 }  // namespace
@@ -64,7 +71,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FuzzedDataProvider input(data, size);
     if (input.ConsumeBool()) {
         check(isAccepted(valid), "what the server signed is taken");
-        const std::string token = mutated(valid, input);
+        const std::string token = input.ConsumeBool() ? mutated(valid, input) : withMutatedClaims(valid, input);
         if (!isAccepted(token)) return 0;
         const auto behind = valid.rfind('.');
         check(token.substr(0, behind + 1) == valid.substr(0, behind + 1), "what was signed is unchanged", token);
