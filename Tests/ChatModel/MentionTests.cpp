@@ -5,12 +5,10 @@
 #include <sstream>
 
 #include <gtest/gtest.h>
-#include <unicode/brkiter.h>
-#include <unicode/normlzr.h>
-
 #include "ChatModel/MentionMatcher.h"
 #include "ChatModel/MentionText.h"
 #include "ChatModel/ServerJSON.h"
+#include "ChatModel/SlowMentions.h"
 #include "Text/Characters.h"
 
 // clang-format off: the tables hold several short rows on a line.
@@ -84,31 +82,6 @@ TEST(MentionMatcher, FindsKeysAsAPersonReadsThem) {
     EXPECT_TRUE(MentionMatcher({{accents}, {"b"}}).matches(accents + "b"));
 }
 
-UErrorCode error = U_ZERO_ERROR;
-
-/// Whether a search of all parts of the text finds the key.
-bool isFound(const MentionKey& key, const std::vector<std::string>& text) {
-    static const std::regex wordless("\xD0|\xE0\xB8|\xE1\x84|\xE1\x85|\xE1\x86|\xE3|\xE4|\xEA");  // of the pools below
-    const bool anywhere = std::regex_search(key.key, wordless);
-    const auto wanted = icu::UnicodeString::fromUTF8(key.key);
-    const std::uint32_t options = key.caseSensitive ? 0 : U_COMPARE_IGNORE_CASE;
-    const auto isWord = [&](std::size_t i) {
-        return i < text.size() && text[i].size() == 1 && (std::isalnum(text[i][0]) != 0 || text[i] == "_");
-    };
-    const auto isBoundary = [&](std::size_t i) { return isWord(i - 1) != isWord(i); };
-    for (std::size_t start = 0; start < text.size(); ++start) {
-        icu::UnicodeString part;
-        for (std::size_t end = start + 1; end <= text.size(); ++end) {
-            part += icu::UnicodeString::fromUTF8(text[end - 1]);
-            auto behind = end;
-            while (behind < text.size() && text[behind] == "_") ++behind;
-            if (!anywhere && (isWord(start - 1) || (!isBoundary(end) && !isBoundary(behind)))) continue;
-            if (icu::Normalizer::compare(part, wanted, options, error) == 0) return true;
-        }
-    }
-    return false;
-}
-
 TEST(MentionMatcher, FindsWhatASlowOneFinds) {
     const char* const pools[] = {  // of what affects each other
         "a|b|_| |+|@|A", "a|A|_| |+|\r|\n|:|x", "s|S|\u00DF|\u017F|\u1E9E|k|\u212A|K| |_", "i|I|\u0131|\u0130|\u0307|.",
@@ -117,7 +90,6 @@ TEST(MentionMatcher, FindsWhatASlowOneFinds) {
         "\U0001F1E9|\U0001F1EA|\u0301|a|_", "\U0001F469|\u200D|\U0001F3FD|b", "\uAC00|\u1100|\u1161|\uAC01|\u11A8",
         "\uFB01|f|i|F|\uFB00|\u0149|\u02BC|n|\u1E9A|a|\u02BE", "\u2177|\u2126|\u03A9|\u212B|\u00C5|\u00E5|a\u030A| |_",
         "\u0903|\U0001F468|\u2764|\uFE0F|\u0085|\u20E3|\u00A9|\U000110BD", "\u4E2D|\u304B|\u304C|\u3099|\u0E33|a"};
-    const std::unique_ptr<icu::BreakIterator> iterator(icu::BreakIterator::createCharacterInstance("", error));
     std::mt19937 random(1);
     for (int round = 0; round < 6000 && !HasFailure(); ++round) {
         std::istringstream pool(pools[random() % std::size(pools)]);
@@ -131,14 +103,9 @@ TEST(MentionMatcher, FindsWhatASlowOneFinds) {
             return text;
         };
         const std::string text = (random() % 2 == 0 ? "zzzzzzzzzzzz " : "") + made(14), longer = text + pieces[0];
-        const auto whole = icu::UnicodeString::fromUTF8(text);
-        iterator->setText(whole);
-        std::vector<std::string> characters;
+        const auto characters = SlowMentions::characters(text);
         std::set<std::size_t> boundaries{0};
-        for (std::int32_t start = 0, end; (end = iterator->next()) != icu::BreakIterator::DONE; start = end) {
-            whole.tempSubStringBetween(start, end).toUTF8String(characters.emplace_back());
-            boundaries.insert(*boundaries.rbegin() + characters.back().size());
-        }
+        for (const auto& character : characters) boundaries.insert(*boundaries.rbegin() + character.size());
         Text::CharacterBoundaries found(text);
         for (int i = 0; i < 24; ++i)
             if (const auto at = random() % (text.size() + 1); (text[at] & 0xC0) != 0x80) {
@@ -148,7 +115,7 @@ TEST(MentionMatcher, FindsWhatASlowOneFinds) {
         bool isAnyFound = false;
         for (auto count = random() % 4; count > 0; --count) {
             keys.push_back({made(5), random() % 4 == 0});
-            isAnyFound = isAnyFound || isFound(keys.back(), characters);
+            isAnyFound = isAnyFound || SlowMentions::isFound(keys.back(), characters);
         }
         const std::string_view cut(longer.data(), text.size());
         EXPECT_EQ(MentionMatcher(keys).matches(cut), isAnyFound) << text << round;
