@@ -7,6 +7,7 @@
 
 #include "ChatModel/MentionTree.h"
 #include "ChatModel/Words.h"
+#include "Foundation/UTF8.h"
 
 namespace ChatModel::NotificationRules {
 
@@ -112,11 +113,8 @@ private:
         return offset < text_.size();
     }
 
-    void passOverScalar() {
-        do
-            ++offset_;
-        while (offset_ < text_.size() && (text_[offset_] & 0xC0) == 0x80);
-    }
+    // Not over all bytes that go on: those behind a whole scalar stand for characters of their own.
+    void passOverScalar() { offset_ += Foundation::lengthOfFirstScalar(text_.substr(offset_)); }
 
     /// Follows what starts here through plain ASCII, until nothing has started for a while; true where a key has ended.
     /// Where what follows is not plain, `node` is how far it has come, else absent.

@@ -49,6 +49,10 @@ bool isValidUTF8(std::string_view text) {
     return simdjson::validate_utf8(text.data(), text.size());
 }
 
+std::size_t lengthOfFirstScalar(std::string_view text) {
+    return next(text).length;
+}
+
 std::string repairedUTF8(std::string_view bytes) {
     if (isValidUTF8(bytes)) return std::string(bytes);
     std::string text;
