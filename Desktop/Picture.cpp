@@ -77,6 +77,7 @@ Owned<GdkPixbuf> firstPicture(const Foundation::Data& data, Size& size) {
 }  // namespace
 
 std::optional<Picture> Picture::decode(const Foundation::Data& data) {
+    if (data.empty()) return std::nullopt;  // to the library no bytes at all are the caller's fault
     Size size;
     auto picture = firstPicture(data, size);
     if (!picture) return std::nullopt;
