@@ -87,7 +87,7 @@ private:
     /// Goes on to where some key may start; false at the text's end.
     bool goToStart() {
         for (; passOver(); followsWord_ = false) {
-            if (mayStart() && words_.characters().contain(offset_)) return true;
+            if (mayStart() && !isWithinScalar() && words_.characters().contain(offset_)) return true;
             const bool mayBind = (traitsAt(offset_) & MentionTree::prepending) != 0;
             passOverScalar();
             // Bound to what stands in front of it, ASCII is part of no word.
@@ -111,6 +111,15 @@ private:
         if (offset != offset_) followsWord_ = isWordAt(offset - 1);
         offset_ = offset;
         return offset < text_.size();
+    }
+
+    /// What is passed over is so byte by byte, and where keys start with U+FFFD any byte may do so.
+    bool isWithinScalar() const {
+        const auto goesOn = [&](std::size_t offset) { return (text_[offset] & 0xC0) == 0x80; };
+        std::size_t start = offset_;
+        while (start > 0 && offset_ - start < 3 && goesOn(start))
+            --start;
+        return start + Foundation::lengthOfFirstScalar(text_.substr(start)) > offset_ && start != offset_;
     }
 
     // Not over all bytes that go on: those behind a whole scalar stand for characters of their own.

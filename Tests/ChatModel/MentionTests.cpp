@@ -65,7 +65,8 @@ TEST(MentionMatcher, FindsKeysAsAPersonReadsThem) {
         {"\xFFx", {{"\uFFFDX"}}, true}, {";\u0301\x80x", {{"\x80x"}}, true}, {"b\xFF", {{"b"}}, true},
         {"bobb", {{"bob"}, {"bobby"}}, false}, {"xBob bobby", {{"bob"}, {"bobby"}}, true},
         {"y b-c", {{"y b-d"}, {"b-c"}}, true}, {"\u0438\r\n", {{"\u0438\r"}}, false},
-        {"xx\u303F", {{"x\u303F"}}, true}, {"\u0301\u0323x", {{"\u0323\u0301"}}, true}};
+        {"xx\u303F", {{"x\u303F"}}, true}, {"\u0301\u0323x", {{"\u0323\u0301"}}, true},
+        {"j\u00E9x", {{"\uFFFDx"}}, false}};
     for (const auto& [text, keys, matches] : rows)
         EXPECT_EQ(MentionMatcher(keys).matches(text), matches) << text << " for " << (keys.empty() ? "" : keys[0].key);
     EXPECT_FALSE(MentionMatcher({{"a\0b"s}}).matches("a.b"));
