@@ -4,6 +4,8 @@
 #include <utility>
 #include <vector>
 
+#include "Desktop/BusText.h"
+
 namespace Desktop {
 
 namespace {
@@ -14,7 +16,7 @@ Values valuesOf(const Foundation::Dictionary& dictionary) {
     Values values;
     for (const auto& [key, value] : dictionary)
         if (const auto* text = value.text())
-            values.emplace(key, *text);
+            values.emplace(key, busText(*text));
         else if (const auto boolean = value.boolean())
             values.emplace(key, *boolean);
     return values;

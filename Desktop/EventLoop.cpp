@@ -32,8 +32,11 @@ struct EventLoop::Source::State {
 
     /// Calls back, and keeps what is called alive meanwhile.
     static int call(void* data) {
-        const Callback callback = static_cast<State*>(data)->callback;
-        static_cast<State*>(data)->loop->guarded(callback);
+        auto& state = *static_cast<State*>(data);
+        state.loop->guarded([&state] {
+            const Callback callback = state.callback;
+            callback();
+        });
         return 0;
     }
 
@@ -105,8 +108,9 @@ EventLoop::Source EventLoop::onSignal(int signal, Callback callback) {
 }
 
 void EventLoop::run() {
-    check(sd_event_loop(loop_));
+    const int result = sd_event_loop(loop_);
     if (thrown_) std::rethrow_exception(std::exchange(thrown_, nullptr));
+    check(result);
 }
 
 void EventLoop::leave() {

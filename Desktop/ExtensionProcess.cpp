@@ -20,7 +20,7 @@ namespace {
 /// A picture of eight megabytes in base64, and as much text.
 constexpr std::size_t mostBytes = 64U << 20U;
 
-/// Neither blocked signals nor those that are ignored go to the child.
+/// Neither blocked signals nor those that are ignored go to the child, which leads a group of its own.
 class Attributes {
 public:
     Attributes() {
@@ -28,7 +28,8 @@ public:
         sigemptyset(&none);
         sigfillset(&all);
         ::posix_spawnattr_init(&attributes_);
-        ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+        ::posix_spawnattr_setflags(&attributes_,
+                                   POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
         ::posix_spawnattr_setsigmask(&attributes_, &none);
         ::posix_spawnattr_setsigdefault(&attributes_, &all);
     }
@@ -78,7 +79,7 @@ ExtensionProcess::ExtensionProcess(EventLoop& loop, const std::filesystem::path&
 
 ExtensionProcess::~ExtensionProcess() {
     if (process_ <= 0) return;
-    ::kill(process_, SIGKILL);
+    ::kill(-process_, SIGKILL);
     ::waitpid(process_, nullptr, 0);
 }
 
@@ -109,6 +110,11 @@ void ExtensionProcess::read() {
         if (count < 0 && errno == EAGAIN) return;
         if (count <= 0) return end(nullptr);
         written_.append(buffer.data(), static_cast<std::size_t>(count));
+        // The line is all that is wanted: whoever else may hold the output open is not waited for.
+        if (const auto line = written_.find('\n'); line != written_.npos) {
+            written_.resize(line + 1);
+            return end(nullptr);
+        }
         if (written_.size() > mostBytes) return end("wrote too much");
     }
 }
@@ -118,11 +124,11 @@ void ExtensionProcess::end(const char* reason) {
     timer_ = {};
     int status = 0;
     if (process_ > 0) {
-        // It has closed its output, or is not to write more. One that goes on all the same is not waited for.
-        ::kill(process_, SIGKILL);
+        // It has written its line, or is not to write more. Neither it nor what it has started is waited for.
+        ::kill(-process_, SIGKILL);
         ::waitpid(std::exchange(process_, -1), &status, 0);
     }
-    const bool isLine = !written_.empty() && written_.find('\n') == written_.size() - 1;
+    const bool isLine = written_.ends_with('\n');
     if (reason == nullptr && !isLine) {
         const bool hasCrashed = WIFSIGNALED(status) && WTERMSIG(status) != SIGKILL;
         reason = hasCrashed ? "crashed" : "answered with no line";

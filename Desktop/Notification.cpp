@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "Desktop/BusText.h"
 #include "Foundation/UTF8.h"
 #include "Text/Characters.h"
 
@@ -67,7 +68,7 @@ std::string withoutControls(std::string_view text, bool keepsLines) {
 std::string cut(std::string_view text, std::size_t count, bool keepsLines) {
     const std::string whole = Foundation::repairedUTF8(text);
     const std::string_view first = firstCharacters(whole, count);
-    std::string shown = withoutControls(first, keepsLines);
+    std::string shown = busText(withoutControls(first, keepsLines));
     if (first.size() < whole.size()) shown += "…";
     return shown;
 }
@@ -98,12 +99,12 @@ std::string escaped(std::string_view text) {
 }
 
 /// "aps"."interruption-level": what the server says of how much the user is to be disturbed.
-Notification::Urgency urgencyOf(const Foundation::Dictionary& userInfo) {
-    const auto* aps = Foundation::find(userInfo, "aps");
+Notification::Urgency urgencyOf(const Delivery& delivery) {
+    const auto* aps = Foundation::find(delivery.content.userInfo, "aps");
     const auto* texts = aps == nullptr ? nullptr : aps->dictionary();
     const std::string level = texts == nullptr ? "" : Foundation::textOrEmpty(*texts, "interruption-level");
     if (level == "passive") return Notification::Urgency::low;
-    if (level == "critical") return Notification::Urgency::critical;
+    if (level == "critical" && delivery.isVerified) return Notification::Urgency::critical;
     return Notification::Urgency::normal;
 }
 
@@ -145,7 +146,7 @@ std::optional<Notification> Notification::of(const Delivery& delivery, const Abi
     notification.summary = shownOnOneLine(summaryOf(delivery));
     notification.body = shownAsBody(bodyOf(content), abilities.hasMarkup);
     if (sender && sender->image) notification.picture = Picture::decode(*sender->image);
-    notification.urgency = urgencyOf(content.userInfo);
+    notification.urgency = urgencyOf(delivery);
     notification.isSilent = !content.sound;
     if (!abilities.hasActions) return notification;
     if (push) notification.actions.emplace_back(openKey, texts.open);

@@ -33,6 +33,13 @@ bool isPassing(const std::string& error) {
            error == "org.freedesktop.DBus.Error.NoReply" || error == "org.freedesktop.DBus.Error.ServiceUnknown";
 }
 
+/// What a later notification replaces this one by: a server's thread. Empty for what nobody has verified, which replaces
+/// nothing and is replaced by nothing.
+std::string conversationOf(const Delivery& delivery) {
+    const auto& thread = delivery.content.threadIdentifier;
+    return delivery.isVerified && !thread.empty() ? delivery.push->serverID + '\n' + thread : std::string();
+}
+
 /// Works with the file of what is shown. A failure there costs what the file is for, and no more.
 template <class Operation>
 auto recorded(Operation operation) -> decltype(operation()) {
@@ -59,17 +66,6 @@ NotificationCenter::NotificationCenter(EventLoop& loop, Bus& bus, std::filesyste
       delay_(firstDelay) {
     // What an earlier process has shown can be answered from now on.
     prepare();
-}
-
-/// What the server has not answered to is still to be shown.
-NotificationCenter::~NotificationCenter() {
-    for (const auto& item : underWay_) {
-        try {
-            if (item->entry) Spool::unmarked(*item->entry);
-        } catch (const Foundation::CocoaError&) {
-            // It has been unmarked.
-        }
-    }
 }
 
 void NotificationCenter::present(Delivery delivery, Spool::Entry entry, std::function<void()> done) {
@@ -99,6 +95,7 @@ void NotificationCenter::prepare() {
     watch();
     daemon_.prepare([this](const std::string& error) {
         isPreparing_ = false;
+        hasAnswered_ = true;
         if (!error.empty()) return tellAndRetry(error);
         shown_.emplace(file_, daemon_.identity());
         presentWaiting();
@@ -106,7 +103,7 @@ void NotificationCenter::prepare() {
 }
 
 void NotificationCenter::presentWaiting() {
-    if (isPreparing_ || isHeldBack_) return;
+    if (isPreparing_ || isHeldBack_ || isFinishing_) return;
     if (!daemon_.isReady()) return prepare();
     for (auto items = std::exchange(waiting_, {}); const auto& item : items)
         present(item);
@@ -124,13 +121,14 @@ void NotificationCenter::present(const Shared& item) {
 
 void NotificationCenter::show(const Shared& item, const Notification& notification) {
     std::uint32_t replaced = 0;
-    const auto& thread = item->delivery.content.threadIdentifier;
+    const auto thread = conversationOf(item->delivery);
     if (!thread.empty() && !daemon_.abilities().keeps)
         replaced = static_cast<std::uint32_t>(recorded([&] { return shown_->lastInThread(thread); }).value_or(0));
     if (item->entry) item->entry = Spool::marked(*item->entry);
     underWay_.insert(item);
     watch();
     daemon_.show(notification, replaced, [this, item](std::optional<std::uint32_t> number, const std::string& error) {
+        hasAnswered_ = true;
         if (underWay_.erase(item) == 0) return;
         if (number) return shown(item, *number);
         refused(item, error);
@@ -141,9 +139,10 @@ void NotificationCenter::shown(const Shared& item, std::uint32_t number) {
     delay_ = firstDelay;
     hasTold_ = false;
     if (item->entry && shown_) {
-        const auto& content = item->delivery.content;
-        recorded(
-            [&] { return shown_->add(ShownNotification::of(number, content.threadIdentifier, content.userInfo)); });
+        recorded([&] {
+            return shown_->add(
+                ShownNotification::of(number, conversationOf(item->delivery), item->delivery.content.userInfo));
+        });
         open_.insert(number);
     }
     finish(item);
@@ -152,7 +151,8 @@ void NotificationCenter::shown(const Shared& item, std::uint32_t number) {
 void NotificationCenter::refused(const Shared& item, const std::string& error) {
     if (item->entry) item->entry = Spool::unmarked(*item->entry);
     if (!isPassing(error)) {
-        if (++item->refusals == mostRefusals) {
+        // An error that the user is to be told is kept nowhere else.
+        if (item->entry && ++item->refusals == mostRefusals) {
             log().error("The server refuses a notification for good, which is left to a later process: ",
                         os::Public{error});
             item->done();
@@ -246,13 +246,25 @@ void NotificationCenter::tellAndRetry(const std::string& error) {
 }
 
 void NotificationCenter::watch() {
+    if (isWatching_) return;
+    isWatching_ = true;
+    hasAnswered_ = false;
     watchdog_ = loop_.after(patience, [this] {
+        isWatching_ = false;
         if (underWay_.empty() && !isPreparing_) return;
-        if (!std::exchange(hasTold_, true)) log().error("The notification server does not answer");
-        // Should this process end now, a later one is to show them.
-        for (const auto& item : underWay_)
-            if (item->entry) item->entry = Spool::unmarked(*item->entry);
+        if (!hasAnswered_) {
+            if (!std::exchange(hasTold_, true)) log().error("The notification server does not answer");
+            // Should this process end now, a later one is to show them.
+            for (const auto& item : underWay_)
+                if (item->entry) item->entry = Spool::unmarked(*item->entry);
+        }
+        watch();
     });
+}
+
+bool NotificationCenter::finishUp() {
+    isFinishing_ = true;
+    return underWay_.empty();
 }
 
 }  // namespace Desktop

@@ -29,13 +29,16 @@ public:
     /// `shown` is the file of the notifications that are shown. `changed` is called whenever less is to be done.
     NotificationCenter(EventLoop& loop, Bus& bus, std::filesystem::path shown, Answers answers, Texts texts,
                        std::function<void()> changed);
-    ~NotificationCenter() override;
 
     /// Does what the push is for, removes it from the spool, and calls `done`.
     void present(Delivery delivery, Spool::Entry entry, std::function<void()> done);
 
     /// How many are still to be presented.
     std::size_t waiting() const { return waiting_.size() + underWay_.size(); }
+
+    /// Shows no more of what waits. Whether the server has answered to all that it was told; else `changed` is called when
+    /// it has.
+    bool finishUp();
 
     /// Whether the user may still answer one of those that this object has shown, or an answer is on its way.
     bool mayBeAnswered() const { return !open_.empty() || answersUnderWay_ > 0; }
@@ -90,6 +93,8 @@ private:
     std::size_t answersUnderWay_ = 0;           ///< that the client has not taken yet
     bool isPreparing_ = false, hasTold_ = false;
     bool isHeldBack_ = false;  ///< until it is tried again
+    bool isFinishing_ = false;
+    bool isWatching_ = false, hasAnswered_ = false;  ///< whether a server that does not answer is looked for
     std::chrono::milliseconds delay_;
     EventLoop::Source retry_, watchdog_;
 };

@@ -144,17 +144,21 @@ void NotificationDaemon::show(const Notification& notification, std::uint32_t re
         actions.push_back(label);
     }
     constexpr std::int32_t asTheServerLikes = -1, never = 0;
-    daemon_->callMethodAsync("Notify")
-        .onInterface(name)
-        .withTimeout(forever)
-        .withArguments(std::string("Tessel"), replaced, std::string(), notification.summary, notification.body, actions,
-                       hintsOf(notification), notification.isError ? never : asTheServerLikes)
-        .uponReplyInvoke([this, answer = std::move(answer)](const sdbus::Error* error, std::uint32_t number) {
-            bus_.guarded([&] {
-                if (error != nullptr) return answer(std::nullopt, error->getName());
-                answer(number, "");
+    try {
+        daemon_->callMethodAsync("Notify")
+            .onInterface(name)
+            .withTimeout(forever)
+            .withArguments(std::string("Tessel"), replaced, std::string(), notification.summary, notification.body,
+                           actions, hintsOf(notification), notification.isError ? never : asTheServerLikes)
+            .uponReplyInvoke([this, answer](const sdbus::Error* error, std::uint32_t number) {
+                bus_.guarded([&] {
+                    if (error != nullptr) return answer(std::nullopt, error->getName());
+                    answer(number, "");
+                });
             });
-        });
+    } catch (const sdbus::Error& error) {
+        answer(std::nullopt, error.getName());  // it cannot be sent, which is for this one alone
+    }
 }
 
 void NotificationDaemon::close(std::uint32_t notification, std::function<void()> answered) {

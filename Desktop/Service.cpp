@@ -56,15 +56,15 @@ Service::Service(std::filesystem::path state, std::filesystem::path extension, T
               [this] { restartIdleTime(); }),
       queue_(loop_, center_, std::move(extension), [this] { restartIdleTime(); }),
       connector_(bus_, *this),
-      distributor_(bus_, name_) {}
+      distributor_(loop_, bus_, name_) {}
 
 void Service::run() {
     for (const int signal : {SIGTERM, SIGINT, SIGHUP})
-        signals_.push_back(loop_.onSignal(signal, [this] { loop_.leave(); }));
-    registration_.save(state_);
+        signals_.push_back(loop_.onSignal(signal, [this] { finishUp(); }));
+    save();
     distributor_.registerWith(registration_.distributor, registration_.token, [this](const std::string& distributor) {
         registration_.distributor = distributor;
-        registration_.save(state_);
+        save();
     });
     spool_.adopt();
     for (const auto& entry : spool_.entries())
@@ -94,7 +94,7 @@ void Service::takeArrived() {
 void Service::endpointChanged(const std::string& token, const std::string& endpoint) {
     if (!isOurs(token)) return;
     const auto url = Foundation::URL::parse(endpoint);
-    const bool isGood = url && endpoint.size() <= longestEndpoint &&
+    const bool isGood = url && url->host() && !url->host()->empty() && endpoint.size() <= longestEndpoint &&
                         (endpoint.starts_with("https://") || endpoint.starts_with("http://"));
     if (!isGood) return log().error("The push distributor gave an endpoint that is no address of the web");
     registration_.endpoint = endpoint;
@@ -114,7 +114,26 @@ bool Service::isIdle() const {
     return arrived_.empty() && queue_.isEmpty() && center_.waiting() == 0 && !center_.mayBeAnswered();
 }
 
+/// A registration that cannot be kept is made anew; what is to be shown is shown all the same.
+void Service::save() const {
+    try {
+        if (registration_ != Registration::load(state_)) registration_.save(state_);
+    } catch (const Foundation::CocoaError& error) {
+        log().error("The registration cannot be kept: ", os::Public{error.what()});
+    }
+}
+
+/// What the server has been told it may still answer to, so that a later process does not show it once more.
+void Service::finishUp() {
+    constexpr std::chrono::seconds patience{2};
+    isFinishing_ = true;
+    if (center_.finishUp()) return loop_.leave();
+    idleTimer_ = loop_.after(patience, [this] { loop_.leave(); });
+}
+
 void Service::restartIdleTime() {
+    if (isFinishing_ && center_.finishUp()) loop_.leave();
+    if (isFinishing_) return;
     idleTimer_ = loop_.after(idle_, [this] { endIfIdle(); });
 }
 

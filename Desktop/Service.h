@@ -35,6 +35,8 @@ private:
 
     bool isOurs(const std::string& token) const;
     void takeArrived();
+    void save() const;
+    void finishUp();
     void restartIdleTime();
     void endIfIdle();
     bool isIdle() const;
@@ -51,6 +53,7 @@ private:
     Connector connector_;
     Distributor distributor_;
     std::vector<Spool::Entry> arrived_;  ///< acknowledged, and not yet in the queue
+    bool isFinishing_ = false;
     EventLoop::Source arrival_, idleTimer_;
     std::vector<EventLoop::Source> signals_;
 };

@@ -18,7 +18,7 @@ namespace Desktop {
 
 namespace {
 
-/// For a server that refuses at first, and for one that is slow to start.
+/// How long nothing may be shown: an extension has its time, a server may be slow to start.
 constexpr std::chrono::seconds patience{45};
 
 Foundation::Data json(const Foundation::Dictionary& payload) {
@@ -33,14 +33,17 @@ void show(const std::vector<Spool::Entry>& entries, const std::filesystem::path&
     try {
         EventLoop loop;
         Bus bus(loop);
+        EventLoop::Source limit;
+        const auto restartLimit = [&] { limit = loop.after(patience, [&] { loop.leave(); }); };
         NotificationCenter center(loop, bus, state / shownNotifications, NotificationCenter::Answers::leftToOthers,
                                   texts, [] {});
         PushQueue queue(loop, center, extension, [&] {
+            restartLimit();
             if (queue.isEmpty()) loop.leave();
         });
         for (const auto& entry : entries)
             queue.add(entry);
-        const auto limit = loop.after(patience, [&] { loop.leave(); });
+        restartLimit();
         if (!queue.isEmpty()) loop.run();
     } catch (const sdbus::Error& error) {
         log().error("There is no session bus, and so nothing is shown: ", os::Public{error.getName()});

@@ -13,9 +13,9 @@ namespace Desktop {
 
 /// A notification that a server shows, with what its push told, but for texts, which are not kept.
 struct ShownNotification {
-    std::int64_t number = 0;  ///< the server's, of 32 bits without a sign
-    std::string threadIdentifier;
-    Foundation::Dictionary push;  ///< kind and identifiers, by the push's own keys
+    std::int64_t number = 0;       ///< the server's, of 32 bits without a sign
+    std::string threadIdentifier;  ///< by which a later one replaces it; empty for none
+    Foundation::Dictionary push;   ///< kind and identifiers, by the push's own keys
 
     /// The record of a push's notification.
     static ShownNotification of(std::uint32_t number, std::string threadIdentifier, const Foundation::Dictionary& push);

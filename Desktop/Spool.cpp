@@ -8,6 +8,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 
 #include "Desktop/Log.h"
 #include "Foundation/Files.h"
@@ -23,11 +24,14 @@ namespace {
 constexpr const char* waiting = ".json";
 constexpr const char* beingShown = ".showing";
 
-/// The directory, locked; none where another process has locked it.
+/// The directory, locked; none where another process has locked it, or has removed it.
 std::optional<Descriptor> locked(const std::filesystem::path& directory) {
     Descriptor descriptor(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!descriptor.isOpen() && errno == ENOENT) return std::nullopt;
     if (!descriptor.isOpen()) throw CocoaError(CocoaError::Operation::read, errno, directory);
-    if (::flock(descriptor.number(), LOCK_EX | LOCK_NB) != 0) return std::nullopt;
+    struct stat status {};
+    const bool isLocked = ::flock(descriptor.number(), LOCK_EX | LOCK_NB) == 0;
+    if (!isLocked || ::fstat(descriptor.number(), &status) != 0 || status.st_nlink == 0) return std::nullopt;
     return descriptor;
 }
 
@@ -44,8 +48,13 @@ void moveFile(const std::filesystem::path& from, const std::filesystem::path& to
 
 Spool::Spool(const std::filesystem::path& directory, const std::string& name)
     : directory_(directory), path_(directory / name) {
-    Files::createDirectory(path_);
-    auto lock = locked(path_);
+    // A new one may be taken over, and removed, by a service that starts before it is locked.
+    constexpr int attempts = 3;
+    std::optional<Descriptor> lock;
+    for (int attempt = 0; attempt < attempts && !lock; ++attempt) {
+        Files::createDirectory(path_);
+        lock = locked(path_);
+    }
     if (!lock) throw CocoaError(CocoaError::Operation::write, EAGAIN, path_);
     lock_ = std::move(*lock);
 }

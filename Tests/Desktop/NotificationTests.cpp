@@ -34,6 +34,7 @@ TEST(NotificationTest, ShowsTextAsText) {
         {{"\0\x7f", 2}, "␀␡", "␀␡", "␀␡"},
         {"\u009b31m\u0085", "\uFFFD31m\uFFFD", "\uFFFD31m\uFFFD", "\uFFFD31m\uFFFD"},
         {"\u00a0é\xff", "\u00a0é\uFFFD", "\u00a0é\uFFFD", "\u00a0é\uFFFD"},
+        {"a\uFFFF\uFDEFb\U0002FFFE\uFDF0", "a\uFFFD\uFFFDb\uFFFD\uFDF0", "a\uFFFD\uFFFDb\uFFFD\uFDF0", "a\uFFFD\uFFFDb\uFFFD\uFDF0"},
         {"<b>&amp;</b> \"'", "<b>&amp;</b> \"'", "<b>&amp;</b> \"'", "&lt;b&gt;&amp;amp;&lt;/b&gt; &quot;&#39;"},
         {times(200, family), times(200, family), times(200, family), times(200, family)},
         {times(201, family), times(200, family) + "…", times(201, family), times(201, family)},
