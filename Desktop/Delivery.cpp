@@ -4,10 +4,9 @@
 
 #include "ExtensionHost/ContentJSON.h"
 #include "Foundation/Base64.h"
-#include "Foundation/JSONCoding.h"
+#include "Foundation/PropertyListCoding.h"
 
 using Desktop::Delivery;
-using Foundation::defaulted;
 using Foundation::JSONReader;
 using Foundation::optional;
 using Foundation::required;
@@ -34,12 +33,6 @@ struct InBase64 {
         reader.read(text);
         data = Foundation::base64Decoded(text);
         if (!data) reader.failExpecting("base64");
-    }
-};
-
-struct AsDictionary {
-    static void decode(JSONReader& reader, Foundation::Dictionary& dictionary) {
-        dictionary = Foundation::readDictionary(reader);
     }
 };
 
@@ -70,7 +63,7 @@ constexpr auto Foundation::fields<UNMutableNotificationContent> = std::tuple{
     required("categoryIdentifier", &UNMutableNotificationContent::categoryIdentifier),
     optional("badge", &UNMutableNotificationContent::badge),
     optional("sound", &UNMutableNotificationContent::sound),
-    required<AsDictionary>("userInfo", &UNMutableNotificationContent::userInfo),
+    required("userInfo", &UNMutableNotificationContent::userInfo),
 };
 
 template <>

@@ -47,7 +47,7 @@ auto recorded(Operation operation) -> decltype(operation()) {
         return operation();
     } catch (const Foundation::CocoaError& error) {
         log().error("The notifications that are shown cannot be recorded: ", os::Public{error.what()});
-        return {};
+        return decltype(operation())();
     }
 }
 

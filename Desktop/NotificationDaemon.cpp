@@ -4,8 +4,6 @@
 #include <utility>
 #include <vector>
 
-#include "ChatModel/PushPayload.h"
-
 namespace Desktop {
 
 namespace {

@@ -38,7 +38,6 @@ void allowFormats() {
 
 struct Size {
     int width = 0, height = 0;
-    bool isKnown = false;
 };
 
 /// The size that shows as much, with no side longer than is shown.
@@ -48,24 +47,22 @@ Size fitted(Size size) {
     const auto scaled = [&](int side) {
         return std::max(1, static_cast<int>(std::int64_t{side} * Picture::longestSide / longest));
     };
-    return {scaled(size.width), scaled(size.height), true};
+    return {scaled(size.width), scaled(size.height)};
 }
 
 /// Called as soon as the header has told the size: where it is too large, a loader to which the size 0 is given stops.
-void sizeKnown(GdkPixbufLoader* loader, int width, int height, void* data) {
-    auto& size = *static_cast<Size*>(data);
-    size = {width, height, true};
+void sizeKnown(GdkPixbufLoader* loader, int width, int height, void*) {
     if (width <= 0 || height <= 0 || std::int64_t{width} * height > mostPixels)
         gdk_pixbuf_loader_set_size(loader, 0, 0);
-    else if (const Size target = fitted(size); target.width != width || target.height != height)
+    else if (const Size target = fitted({width, height}); target.width != width || target.height != height)
         gdk_pixbuf_loader_set_size(loader, target.width, target.height);
 }
 
-Owned<GdkPixbuf> firstPicture(const Foundation::Data& data, Size& size) {
+Owned<GdkPixbuf> firstPicture(const Foundation::Data& data) {
     static std::once_flag once;
     std::call_once(once, allowFormats);
     const Owned<GdkPixbufLoader> loader(gdk_pixbuf_loader_new());
-    g_signal_connect(loader.get(), "size-prepared", G_CALLBACK(sizeKnown), &size);
+    g_signal_connect(loader.get(), "size-prepared", G_CALLBACK(sizeKnown), nullptr);
     // A failure in the midst leaves what was decoded up to it.
     gdk_pixbuf_loader_write(loader.get(), data.data(), data.size(), nullptr);
     gdk_pixbuf_loader_close(loader.get(), nullptr);
@@ -78,11 +75,10 @@ Owned<GdkPixbuf> firstPicture(const Foundation::Data& data, Size& size) {
 
 std::optional<Picture> Picture::decode(const Foundation::Data& data) {
     if (data.empty()) return std::nullopt;  // to the library no bytes at all are the caller's fault
-    Size size;
-    auto picture = firstPicture(data, size);
+    auto picture = firstPicture(data);
     if (!picture) return std::nullopt;
     // Not every format's loader scales.
-    const Size decoded{gdk_pixbuf_get_width(picture.get()), gdk_pixbuf_get_height(picture.get()), true};
+    const Size decoded{gdk_pixbuf_get_width(picture.get()), gdk_pixbuf_get_height(picture.get())};
     if (const Size target = fitted(decoded); target.width != decoded.width || target.height != decoded.height)
         picture.reset(gdk_pixbuf_scale_simple(picture.get(), target.width, target.height, GDK_INTERP_BILINEAR));
     if (!picture || gdk_pixbuf_get_bits_per_sample(picture.get()) != 8) return std::nullopt;

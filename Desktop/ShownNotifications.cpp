@@ -10,22 +10,15 @@
 #include <sys/file.h>
 
 #include "Foundation/Files.h"
-#include "Foundation/JSONCoding.h"
+#include "Foundation/PropertyListCoding.h"
 
 using ChatModel::PushPayload;
 using Desktop::ShownNotification;
 using Foundation::CocoaError;
 using Foundation::Dictionary;
-using Foundation::JSONReader;
-using Foundation::JSONWriter;
 using Foundation::required;
 
 namespace {
-
-struct AsDictionary {
-    static void decode(JSONReader& reader, Dictionary& dictionary) { dictionary = Foundation::readDictionary(reader); }
-    static void encode(JSONWriter& writer, const Dictionary& dictionary) { write(writer, dictionary); }
-};
 
 struct File {
     std::string server;
@@ -38,7 +31,7 @@ template <>
 constexpr auto Foundation::fields<ShownNotification> = std::tuple{
     required("number", &ShownNotification::number),
     required("threadIdentifier", &ShownNotification::threadIdentifier),
-    required<AsDictionary>("push", &ShownNotification::push),
+    required("push", &ShownNotification::push),
 };
 
 template <>
@@ -115,13 +108,12 @@ auto ShownNotifications::changed(Change change) {
     return result;
 }
 
-bool ShownNotifications::add(ShownNotification notification) {
-    return changed([&](auto& notifications) {
-        const auto replaced =
-            std::erase_if(notifications, [&](const auto& one) { return one.number == notification.number; });
+void ShownNotifications::add(ShownNotification notification) {
+    changed([&](auto& notifications) {
+        std::erase_if(notifications, [&](const auto& one) { return one.number == notification.number; });
         notifications.push_back(std::move(notification));
         if (notifications.size() > most) notifications.erase(notifications.begin());
-        return replaced > 0;
+        return true;
     });
 }
 

@@ -31,8 +31,8 @@ public:
     /// `server` tells which server's they are; those of any other one count no more.
     ShownNotifications(std::filesystem::path file, std::string server);
 
-    /// Adds one, in place of one with the same number; whether it replaced one.
-    bool add(ShownNotification notification);
+    /// Adds one, in place of one with the same number.
+    void add(ShownNotification notification);
     /// Removes it; nothing where it is not known.
     std::optional<ShownNotification> remove(std::int64_t number);
     std::optional<ShownNotification> find(std::int64_t number) const;
