@@ -21,6 +21,11 @@ public:
     /// The object of another program.
     std::unique_ptr<sdbus::IProxy> proxy(const std::string& name, const std::string& path);
 
+    /// Calls back whenever a name gets an owner or loses it (the owner is empty then), while the slot lives. `names` is the
+    /// part of a match rule that tells which: "arg0='org.example'".
+    [[nodiscard]] sdbus::Slot onOwnerChange(
+        const std::string& names, std::function<void(const std::string& name, const std::string& owner)> changed);
+
     /// For all that is done when something comes: the library passes on its own errors alone, through frames of C.
     void guarded(const std::function<void()>& call) { loop_.guarded(call); }
 

@@ -17,7 +17,9 @@ constexpr const char* version2 = "org.unifiedpush.Connector2";
 template <class Value>
 Value required(const Values& values, const std::string& key) {
     const auto found = values.find(key);
-    if (found == values.end()) throw sdbus::Error("org.freedesktop.DBus.Error.InvalidArgs", key + " is missing");
+    constexpr const char* invalid = "org.freedesktop.DBus.Error.InvalidArgs";
+    if (found == values.end()) throw sdbus::Error(invalid, key + " is missing");
+    if (!found->second.containsValueOfType<Value>()) throw sdbus::Error(invalid, key + " is of another type");
     return found->second.get<Value>();
 }
 
@@ -46,10 +48,14 @@ Connector::Connector(Bus& bus, Listener& listener)
 void Connector::exportVersion2() {
     object_->registerMethod("Message").onInterface(version2).implementedAs([this](const Values& values) {
         Values answer;
-        if (const auto id = values.find("id"); id != values.end()) answer.insert(*id);
+        std::optional<std::string> identifier;
+        if (const auto id = values.find("id"); id != values.end()) {
+            answer.insert(*id);
+            identifier = required<std::string>(values, "id");
+        }
         answered([&] {
             listener_.received(required<std::string>(values, "token"),
-                               required<std::vector<std::uint8_t>>(values, "message"));
+                               required<std::vector<std::uint8_t>>(values, "message"), identifier);
         });
         return answer;
     });
@@ -69,9 +75,12 @@ void Connector::exportVersion2() {
 void Connector::exportVersion1() {
     object_->registerMethod("Message")
         .onInterface(version1)
-        .implementedAs([this](const std::string& token, const std::vector<std::uint8_t>& message, const std::string&) {
-            answered([&] { listener_.received(token, message); });
-        })
+        .implementedAs(
+            [this](const std::string& token, const std::vector<std::uint8_t>& message, const std::string& identifier) {
+                answered([&] {
+                    listener_.received(token, message, identifier.empty() ? std::nullopt : std::optional(identifier));
+                });
+            })
         .withNoReply();
     object_->registerMethod("NewEndpoint")
         .onInterface(version1)

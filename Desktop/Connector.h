@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "Desktop/Bus.h"
@@ -15,8 +16,10 @@ public:
     /// All tokens are as the caller has given them.
     struct Listener {
         virtual ~Listener() = default;
-        /// The return is the acknowledgement: by then the message must be safe.
-        virtual void received(const std::string& token, const Foundation::Data& message) = 0;
+        /// The return is the acknowledgement: by then the message must be safe. The identifier is the distributor's, the
+        /// same for a message that it sends once more. Distributors promise 1 to 4,096 bytes; nobody relies on it.
+        virtual void received(const std::string& token, const Foundation::Data& message,
+                              const std::optional<std::string>& identifier) = 0;
         virtual void endpointChanged(const std::string& token, const std::string& endpoint) = 0;
         virtual void unregistered(const std::string& token) = 0;
     };

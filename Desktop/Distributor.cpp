@@ -14,15 +14,14 @@ namespace {
 
 using Values = std::map<std::string, sdbus::Variant>;
 using Names = std::vector<std::string>;
+using std::chrono::milliseconds;
 
 constexpr const char* busName = "org.freedesktop.DBus";
 constexpr std::string_view prefix = "org.unifiedpush.Distributor.";
+constexpr milliseconds firstDelay{1'000};
+constexpr milliseconds longestDelay{600'000};
 constexpr const char* description = "Tessel";
-constexpr const char* succeeded = "REGISTRATION_SUCCEEDED";
-
-void tellFailure(const std::string& reason) {
-    log().error("The push distributor did not take the registration: ", os::Public{reason});
-}
+constexpr const char* success = "REGISTRATION_SUCCEEDED";
 
 std::string textOf(const Values& values, const std::string& key) {
     const auto found = values.find(key);
@@ -33,6 +32,11 @@ std::string textOf(const Values& values, const std::string& key) {
 bool knowsNoSuchCall(const sdbus::Error& error) {
     constexpr std::string_view of = "org.freedesktop.DBus.Error.Unknown";
     return error.getName().starts_with(of);
+}
+
+/// Whether the same may be taken later, without anything that the user does.
+bool isPassing(const std::string& reason) {
+    return reason == "NETWORK" || reason == "INTERNAL_ERROR" || reason == "org.freedesktop.DBus.Error.NoReply";
 }
 
 /// In the order of their names.
@@ -47,63 +51,103 @@ Names distributorsAmong(const Names& running, const Names& startable) {
 }  // namespace
 
 Distributor::Distributor(EventLoop& loop, Bus& bus, std::string service)
-    : loop_(loop), bus_(bus), service_(std::move(service)), dbus_(bus.proxy(busName, "/org/freedesktop/DBus")) {}
+    : loop_(loop),
+      bus_(bus),
+      service_(std::move(service)),
+      dbus_(bus.proxy(busName, "/org/freedesktop/DBus")),
+      delay_(firstDelay) {}
 
 void Distributor::registerWith(const std::optional<std::string>& preferred, const std::string& token,
                                Registered registered) {
-    const auto ask = [this](const char* method, std::function<void(const sdbus::Error*, const Names&)> answer) {
-        dbus_->callMethodAsync(method).onInterface(busName).uponReplyInvoke(std::move(answer));
+    preferred_ = preferred.value_or("");
+    token_ = token;
+    registered_ = std::move(registered);
+    arrivals_ = bus_.onOwnerChange("arg0namespace='org.unifiedpush.Distributor'",
+                                   [this](const std::string& name, const std::string& owner) {
+                                       if (!owner.empty()) arrived(name);
+                                   });
+    ask();
+}
+
+/// One that the question itself has started is no news.
+void Distributor::arrived(const std::string& distributor) {
+    if (state_ == State::idle || state_ == State::waiting) return ask();
+    const bool isToBeAsked = std::find(toAsk_.begin(), toAsk_.end(), distributor) != toAsk_.end();
+    if (state_ == State::asking && !isToBeAsked) toAsk_.push_back(distributor);
+}
+
+void Distributor::ask() {
+    state_ = State::asking;
+    next_ = {};
+    toAsk_.clear();
+    mayTakeItLater_ = false;
+    const auto call = [this](const char* method, std::function<void(const Names&)> take) {
+        dbus_->callMethodAsync(method).onInterface(busName).uponReplyInvoke(
+            [=, this](const sdbus::Error* error, const Names& names) {
+                bus_.guarded([&] { error != nullptr ? failed(error->getName()) : take(names); });
+            });
     };
-    ask("ListNames", [=, this](const sdbus::Error* error, const Names& running) {
-        if (error != nullptr) return tellFailure(error->getName());
-        ask("ListActivatableNames", [=, this](const sdbus::Error* failure, const Names& startable) {
-            if (failure != nullptr) return tellFailure(failure->getName());
-            Request request{distributorsAmong(running, startable), token, registered};
-            if (request.distributors.empty()) log().log("There is no push distributor: nothing can be received");
-            // The preferred one is asked first.
-            std::stable_partition(request.distributors.begin(), request.distributors.end(),
-                                  [&](const std::string& name) { return name == preferred; });
-            registerWithFirst(std::move(request));
-        });
+    // In this order: whoever comes meanwhile is among those that run.
+    call("ListActivatableNames", [=, this](const Names& startable) {
+        call("ListNames", [=, this](const Names& running) { askAmong(running, startable); });
     });
 }
 
-void Distributor::registerWithFirst(Request request) {
-    if (request.distributors.empty()) return;
-    distributor_ = bus_.proxy(request.distributors.front(), "/org/unifiedpush/Distributor");
-    registerByVersion2(request);
+void Distributor::askAmong(const Names& running, const Names& startable) {
+    const auto names = distributorsAmong(running, startable);
+    toAsk_.assign(names.begin(), names.end());
+    std::stable_partition(toAsk_.begin(), toAsk_.end(), [&](const std::string& name) { return name == preferred_; });
+    if (toAsk_.empty()) log().log("There is no push distributor: nothing can be received");
+    askFirst();
 }
 
-void Distributor::failed(Request request, const std::string& reason) {
-    tellFailure(reason);
-    request.distributors.erase(request.distributors.begin());
+void Distributor::askFirst() {
+    if (!toAsk_.empty()) {
+        distributor_ = bus_.proxy(toAsk_.front(), "/org/unifiedpush/Distributor");
+        return registerByVersion2();
+    }
+    state_ = mayTakeItLater_ ? State::waiting : State::idle;
+    if (mayTakeItLater_)
+        next_ = loop_.after(std::exchange(delay_, std::min(delay_ * 2, longestDelay)), [this] { ask(); });
+}
+
+void Distributor::succeeded() {
+    state_ = State::registered;
+    registered_(toAsk_.front());
+}
+
+void Distributor::failed(const std::string& reason) {
+    log().error("The push distributor did not take the registration: ", os::Public{reason});
+    mayTakeItLater_ = mayTakeItLater_ || isPassing(reason);
+    if (!toAsk_.empty()) toAsk_.pop_front();
     // Not from within the answer of the proxy that goes.
-    next_ = loop_.after({}, [this, request = std::move(request)] { registerWithFirst(request); });
+    next_ = loop_.after({}, [this] { askFirst(); });
 }
 
-void Distributor::registerByVersion2(const Request& request) {
+void Distributor::registerByVersion2() {
     const Values values = {{"service", sdbus::Variant(service_)},
-                           {"token", sdbus::Variant(request.token)},
+                           {"token", sdbus::Variant(token_)},
                            {"description", sdbus::Variant(std::string(description))}};
     distributor_->callMethodAsync("Register")
         .onInterface("org.unifiedpush.Distributor2")
         .withArguments(values)
-        .uponReplyInvoke([=, this](const sdbus::Error* error, const Values& answer) {
-            if (error != nullptr)
-                return knowsNoSuchCall(*error) ? registerByVersion1(request) : failed(request, error->getName());
-            if (textOf(answer, "success") != succeeded) return failed(request, textOf(answer, "reason"));
-            bus_.guarded([&] { request.registered(request.distributors.front()); });
+        .uponReplyInvoke([this](const sdbus::Error* error, const Values& answer) {
+            bus_.guarded([&] {
+                if (error != nullptr) return knowsNoSuchCall(*error) ? registerByVersion1() : failed(error->getName());
+                textOf(answer, "success") == success ? succeeded() : failed(textOf(answer, "reason"));
+            });
         });
 }
 
-void Distributor::registerByVersion1(const Request& request) {
+void Distributor::registerByVersion1() {
     distributor_->callMethodAsync("Register")
         .onInterface("org.unifiedpush.Distributor1")
-        .withArguments(service_, request.token, std::string(description))
-        .uponReplyInvoke([=, this](const sdbus::Error* error, const std::string& result, const std::string& reason) {
-            if (error != nullptr) return failed(request, error->getName());
-            if (result != succeeded) return failed(request, reason);
-            bus_.guarded([&] { request.registered(request.distributors.front()); });
+        .withArguments(service_, token_, std::string(description))
+        .uponReplyInvoke([this](const sdbus::Error* error, const std::string& result, const std::string& reason) {
+            bus_.guarded([&] {
+                if (error != nullptr) return failed(error->getName());
+                result == success ? succeeded() : failed(reason);
+            });
         });
 }
 

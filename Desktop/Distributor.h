@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -18,27 +20,37 @@ public:
     Distributor(EventLoop& loop, Bus& bus, std::string service);
 
     /// Registers with the preferred distributor, else with the first of those that run or could and take it, by
-    /// name. `registered` is told its name once it has taken the registration; why none has is in the log.
-    void registerWith(const std::optional<std::string>& preferred, const std::string& token,
-                      std::function<void(const std::string& distributor)> registered);
+    /// name. `registered` is told its name once it has taken the registration. Where none has, those that may later are
+    /// asked again, ever more rarely, and any one that comes; why is in the log. To be called once.
+    using Registered = std::function<void(const std::string& distributor)>;
+    void registerWith(const std::optional<std::string>& preferred, const std::string& token, Registered registered);
+
+    /// Whether one is being asked, or is to be asked again.
+    bool isTrying() const { return state_ == State::asking || state_ == State::waiting; }
 
 private:
-    using Registered = std::function<void(const std::string& distributor)>;
-    struct Request {
-        std::vector<std::string> distributors;  ///< that are still to be asked, one after the other
-        std::string token;
-        Registered registered;
-    };
+    enum class State { idle, asking, waiting, registered };
 
-    void registerWithFirst(Request request);
-    void failed(Request request, const std::string& reason);
-    void registerByVersion2(const Request& request);
-    void registerByVersion1(const Request& request);
+    void ask();
+    void askAmong(const std::vector<std::string>& running, const std::vector<std::string>& startable);
+    void askFirst();
+    void arrived(const std::string& distributor);
+    void succeeded();
+    void failed(const std::string& reason);
+    void registerByVersion2();
+    void registerByVersion1();
 
     EventLoop& loop_;
     Bus& bus_;
     std::string service_;
     std::unique_ptr<sdbus::IProxy> dbus_, distributor_;
+    sdbus::Slot arrivals_;
+    std::string preferred_, token_;
+    Registered registered_;
+    State state_ = State::idle;
+    std::deque<std::string> toAsk_;  ///< the first one is being asked
+    bool mayTakeItLater_ = false;    ///< whether one of those that were asked may
+    std::chrono::milliseconds delay_;
     EventLoop::Source next_;
 };
 

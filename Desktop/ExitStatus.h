@@ -7,7 +7,8 @@ enum ExitStatus : int {
     done = 0,
     someInputWasBad = 1,
     wrongUsage = 2,
-    notShown = 3  ///< no bus, no notification server, or no place to keep pushes in: what was taken is kept
+    notShown = 3  ///< no bus, no notification server, no place to keep pushes in, or, for the service, another one that
+                  ///< runs already: what was taken is kept
 };
 
 }  // namespace Desktop

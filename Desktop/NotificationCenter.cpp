@@ -4,11 +4,12 @@
 #include <utility>
 
 #include "Desktop/Log.h"
-#include "Foundation/CocoaError.h"
+#include "Foundation/Files.h"
 
 namespace Desktop {
 
 using ChatModel::PushPayload;
+using Foundation::CocoaError;
 using Kind = PushPayload::Kind;
 using std::chrono::milliseconds;
 
@@ -45,7 +46,7 @@ template <class Operation>
 auto recorded(Operation operation) -> decltype(operation()) {
     try {
         return operation();
-    } catch (const Foundation::CocoaError& error) {
+    } catch (const CocoaError& error) {
         log().error("The notifications that are shown cannot be recorded: ", os::Public{error.what()});
         return decltype(operation())();
     }
@@ -53,12 +54,13 @@ auto recorded(Operation operation) -> decltype(operation()) {
 
 }  // namespace
 
-NotificationCenter::NotificationCenter(EventLoop& loop, Bus& bus, std::filesystem::path shown, Answers answers,
-                                       Texts texts, std::function<void()> changed)
+NotificationCenter::NotificationCenter(EventLoop& loop, Bus& bus, Spool& spool, std::filesystem::path shown,
+                                       Answers answers, Texts texts, std::function<void()> changed)
     : loop_(loop),
       daemon_(bus, *this),
       client_(bus),
       badge_(bus),
+      spool_(spool),
       file_(std::move(shown)),
       answers_(answers),
       texts_(std::move(texts)),
@@ -69,12 +71,29 @@ NotificationCenter::NotificationCenter(EventLoop& loop, Bus& bus, std::filesyste
 }
 
 void NotificationCenter::present(Delivery delivery, Spool::Entry entry, std::function<void()> done) {
-    waiting_.push_back(std::make_shared<Item>(Item{std::move(delivery), std::move(entry), std::move(done), {}, {}, 0}));
+    waiting_.push_back(std::make_shared<Item>(Item{std::move(delivery), std::move(entry), std::move(done)}));
     presentWaiting();
 }
 
-void NotificationCenter::tellError(std::string summary, std::string text) {
-    waiting_.push_back(std::make_shared<Item>(Item{{}, std::nullopt, [] {}, std::move(summary), std::move(text), 0}));
+void NotificationCenter::presentError(Spool::Entry entry) {
+    try {
+        auto error = ErrorMessage::read(Foundation::Files::read(entry));
+        waiting_.push_back(std::make_shared<Item>(Item{std::move(error), std::move(entry), [] {}}));
+        presentWaiting();
+    } catch (const Foundation::DecodingError& error) {
+        log().error("An error that the user was to be told is not understood: ", os::Public{error.what()});
+        Spool::remove(entry);
+    }
+}
+
+void NotificationCenter::tell(ErrorMessage error) {
+    std::optional<Spool::Entry> entry;
+    try {
+        entry = spool_.add(error.file(), Spool::Kind::error);
+    } catch (const CocoaError& failure) {
+        log().error("An error that the user is to be told cannot be kept: ", os::Public{failure.what()});
+    }
+    waiting_.push_back(std::make_shared<Item>(Item{std::move(error), std::move(entry), [] {}}));
     presentWaiting();
 }
 
@@ -110,21 +129,22 @@ void NotificationCenter::presentWaiting() {
 }
 
 void NotificationCenter::present(const Shared& item) {
-    if (!item->entry) return show(item, Notification::error(item->summary, item->text, daemon_.abilities()));
-    const auto& [content, sender, push, isVerified] = item->delivery;
+    if (const auto* error = std::get_if<ErrorMessage>(&item->content))
+        return show(item, Notification::error(error->summary, error->text, daemon_.abilities()));
+    const auto& [content, sender, push, isVerified] = *item->delivery();
     if (isVerified && content.badge) badge_.show(*content.badge);
     if (isVerified && push->kind == Kind::clear) return closeClearedBy(item);
-    const auto notification = Notification::of(item->delivery, daemon_.abilities(), texts_);
+    const auto notification = Notification::of(*item->delivery(), daemon_.abilities(), texts_);
     if (!notification) return finish(item);
     show(item, *notification);
 }
 
 void NotificationCenter::show(const Shared& item, const Notification& notification) {
     std::uint32_t replaced = 0;
-    const auto thread = conversationOf(item->delivery);
+    const auto thread = item->delivery() ? conversationOf(*item->delivery()) : std::string();
     if (!thread.empty() && !daemon_.abilities().keeps)
         replaced = static_cast<std::uint32_t>(recorded([&] { return shown_->lastInThread(thread); }).value_or(0));
-    if (item->entry) item->entry = Spool::marked(*item->entry);
+    mark(*item);
     underWay_.insert(item);
     watch();
     daemon_.show(notification, replaced, [this, item](std::optional<std::uint32_t> number, const std::string& error) {
@@ -135,13 +155,21 @@ void NotificationCenter::show(const Shared& item, const Notification& notificati
     });
 }
 
+/// A push is not to be shown twice; an error, which may hold what the user has written, rather twice than never.
+void NotificationCenter::mark(Item& item) const {
+    if (item.delivery() != nullptr) item.entry = Spool::marked(*item.entry);
+}
+
+void NotificationCenter::unmark(Item& item) const {
+    if (item.delivery() != nullptr) item.entry = Spool::unmarked(*item.entry);
+}
+
 void NotificationCenter::shown(const Shared& item, std::uint32_t number) {
     delay_ = firstDelay;
     hasTold_ = false;
-    if (item->entry && shown_) {
+    if (const auto* delivery = item->delivery(); delivery != nullptr && shown_) {
         recorded([&] {
-            return shown_->add(
-                ShownNotification::of(number, conversationOf(item->delivery), item->delivery.content.userInfo));
+            return shown_->add(ShownNotification::of(number, conversationOf(*delivery), delivery->content.userInfo));
         });
         open_.insert(number);
     }
@@ -149,9 +177,9 @@ void NotificationCenter::shown(const Shared& item, std::uint32_t number) {
 }
 
 void NotificationCenter::refused(const Shared& item, const std::string& error) {
-    if (item->entry) item->entry = Spool::unmarked(*item->entry);
+    unmark(*item);
     if (!isPassing(error)) {
-        // An error that the user is to be told is kept nowhere else.
+        // What is kept nowhere else must not be left to anyone.
         if (item->entry && ++item->refusals == mostRefusals) {
             log().error("The server refuses a notification for good, which is left to a later process: ",
                         os::Public{error});
@@ -159,7 +187,7 @@ void NotificationCenter::refused(const Shared& item, const std::string& error) {
             return changed_();
         }
         // It may be the picture that it does not take.
-        if (item->delivery.sender) item->delivery.sender->image.reset();
+        if (auto* delivery = item->delivery(); delivery != nullptr && delivery->sender) delivery->sender->image.reset();
     }
     waiting_.push_front(item);
     tellAndRetry(error);
@@ -172,7 +200,7 @@ void NotificationCenter::finish(const Shared& item) {
 }
 
 void NotificationCenter::closeClearedBy(const Shared& item) {
-    const auto numbers = recorded([&] { return shown_->clear(*item->delivery.push); });
+    const auto numbers = recorded([&] { return shown_->clear(*item->delivery()->push); });
     if (numbers.empty()) return finish(item);
     underWay_.insert(item);
     const auto left = std::make_shared<std::size_t>(numbers.size());
@@ -209,8 +237,8 @@ void NotificationCenter::chosen(std::uint32_t number, const std::string& key, co
     if (!shown) return;
     const bool isReply = key == PushPayload::replyAction;
     if (!isReply && key != Notification::openKey) return;
-    activate(isReply ? PushPayload::replyAction : openAction, shown->push, token, texts_.notOpened,
-             texts_.clientNotStarted);
+    activate(isReply ? PushPayload::replyAction : openAction, shown->push, token,
+             {texts_.notOpened, texts_.clientNotStarted});
 }
 
 void NotificationCenter::replied(std::uint32_t number, const std::string& text) {
@@ -218,21 +246,20 @@ void NotificationCenter::replied(std::uint32_t number, const std::string& text) 
     if (!shown) return;
     auto parameter = shown->push;
     parameter["text"] = text;
-    activate(PushPayload::replyAction, parameter, "", texts_.replyNotSent, text);
+    activate(PushPayload::replyAction, parameter, "", {texts_.replyNotSent, text});
 }
 
 void NotificationCenter::activate(std::string_view action, const Foundation::Dictionary& parameter,
-                                  const std::string& token, std::string summary, std::string text) {
+                                  const std::string& token, ErrorMessage failure) {
     ++answersUnderWay_;
-    client_.activate(action, parameter, token,
-                     [this, summary = std::move(summary), text = std::move(text)](const std::string& error) {
-                         --answersUnderWay_;
-                         if (!error.empty()) {
-                             log().error("The client did not take an answer: ", os::Public{error});
-                             tellError(summary, text);
-                         }
-                         changed_();
-                     });
+    client_.activate(action, parameter, token, [this, failure = std::move(failure)](const std::string& error) {
+        --answersUnderWay_;
+        if (!error.empty()) {
+            log().error("The client did not take an answer: ", os::Public{error});
+            tell(failure);
+        }
+        changed_();
+    });
 }
 
 void NotificationCenter::tellAndRetry(const std::string& error) {
@@ -256,7 +283,7 @@ void NotificationCenter::watch() {
             if (!std::exchange(hasTold_, true)) log().error("The notification server does not answer");
             // Should this process end now, a later one is to show them.
             for (const auto& item : underWay_)
-                if (item->entry) item->entry = Spool::unmarked(*item->entry);
+                unmark(*item);
         }
         watch();
     });

@@ -8,9 +8,11 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <variant>
 
 #include "Desktop/Client.h"
 #include "Desktop/Delivery.h"
+#include "Desktop/ErrorMessage.h"
 #include "Desktop/LauncherBadge.h"
 #include "Desktop/NotificationDaemon.h"
 #include "Desktop/ShownNotifications.h"
@@ -27,11 +29,14 @@ public:
     enum class Answers { taken, leftToOthers };
 
     /// `shown` is the file of the notifications that are shown. `changed` is called whenever less is to be done.
-    NotificationCenter(EventLoop& loop, Bus& bus, std::filesystem::path shown, Answers answers, Texts texts,
-                       std::function<void()> changed);
+    NotificationCenter(EventLoop& loop, Bus& bus, Spool& spool, std::filesystem::path shown, Answers answers,
+                       Texts texts, std::function<void()> changed);
 
     /// Does what the push is for, removes it from the spool, and calls `done`.
     void present(Delivery delivery, Spool::Entry entry, std::function<void()> done);
+
+    /// Shows an error that an earlier process has left in the spool.
+    void presentError(Spool::Entry entry);
 
     /// How many are still to be presented.
     std::size_t waiting() const { return waiting_.size() + underWay_.size(); }
@@ -45,11 +50,12 @@ public:
 
 private:
     struct Item {
-        Delivery delivery;
-        std::optional<Spool::Entry> entry;  ///< absent for an error that the user is told
+        std::variant<Delivery, ErrorMessage> content;
+        std::optional<Spool::Entry> entry;  ///< absent for an error that cannot be kept
         std::function<void()> done;
-        std::string summary, text;  ///< of the error
-        int refusals = 0;           ///< that were for this one
+        int refusals = 0;  ///< that were for this one
+
+        Delivery* delivery() { return std::get_if<Delivery>(&content); }
     };
     using Shared = std::shared_ptr<Item>;
 
@@ -66,11 +72,13 @@ private:
     void refused(const Shared& item, const std::string& error);
     void finish(const Shared& item);
     void closeClearedBy(const Shared& item);
-    void tellError(std::string summary, std::string text);
+    void tell(ErrorMessage error);
+    void mark(Item& item) const;
+    void unmark(Item& item) const;
 
     std::optional<ShownNotification> shownWith(std::uint32_t number) const;
     void activate(std::string_view action, const Foundation::Dictionary& parameter, const std::string& token,
-                  std::string summary, std::string text);
+                  ErrorMessage failure);
 
     /// One line for as long as nothing can be shown; tried again ever more rarely.
     void tellAndRetry(const std::string& error);
@@ -80,6 +88,7 @@ private:
     NotificationDaemon daemon_;
     Client client_;
     LauncherBadge badge_;
+    Spool& spool_;
     std::filesystem::path file_;
     Answers answers_;
     Texts texts_;

@@ -59,12 +59,8 @@ NotificationDaemon::NotificationDaemon(Bus& bus, Listener& listener)
       daemon_(bus.proxy(name, path)),
       dbus_(bus.proxy(busName, "/org/freedesktop/DBus")) {
     listen();
-    const std::string change = "type='signal',sender='org.freedesktop.DBus',member='NameOwnerChanged',arg0='";
-    ownerMatch_ = bus.connection().addMatch(change + name + '\'', [this](sdbus::Message& message) {
-        std::string changed, oldOwner, owner;
-        message >> changed >> oldOwner >> owner;
-        bus_.guarded([&] { ownerChanged(owner); });
-    });
+    ownerMatch_ = bus.onOwnerChange("arg0='" + std::string(name) + '\'',
+                                    [this](const std::string&, const std::string& owner) { ownerChanged(owner); });
 }
 
 void NotificationDaemon::listen() {

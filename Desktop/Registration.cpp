@@ -48,6 +48,7 @@ Registration Registration::load(const std::filesystem::path& directory) {
 }
 
 void Registration::save(const std::filesystem::path& directory) const {
+    Foundation::Files::createDirectory(directory);
     Foundation::Files::AtomicWrite(directory / fileName, Foundation::bytes(Foundation::encodeJSON(*this))).commit();
 }
 

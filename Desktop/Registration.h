@@ -15,6 +15,7 @@ struct Registration {
     /// The registration that is kept in the directory, else a new one that has only a token. A file that cannot be
     /// understood counts as none. Throws `Foundation::CocoaError`.
     static Registration load(const std::filesystem::path& directory);
+    /// Makes the directory where it is missing. Throws `Foundation::CocoaError`.
     void save(const std::filesystem::path& directory) const;
 
     friend bool operator==(const Registration&, const Registration&) = default;

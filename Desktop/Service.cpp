@@ -52,7 +52,8 @@ Service::Service(std::filesystem::path state, std::filesystem::path extension, T
       name_(takeName(bus_, busName)),
       spool_(openSpool(state_)),
       registration_(Registration::load(state_)),
-      center_(loop_, bus_, state_ / shownNotifications, NotificationCenter::Answers::taken, std::move(texts),
+      recent_(state_ / recentMessages),
+      center_(loop_, bus_, spool_, state_ / shownNotifications, NotificationCenter::Answers::taken, std::move(texts),
               [this] { restartIdleTime(); }),
       queue_(loop_, center_, std::move(extension), [this] { restartIdleTime(); }),
       connector_(bus_, *this),
@@ -68,21 +69,36 @@ void Service::run() {
     });
     spool_.adopt();
     for (const auto& entry : spool_.entries())
-        queue_.add(entry);
+        Spool::kindOf(entry) == Spool::Kind::error ? center_.presentError(entry) : queue_.add(entry);
     restartIdleTime();
     loop_.run();
 }
 
-bool Service::isOurs(const std::string& token) const {
+/// Anyone may name one as often as he likes: it is told once.
+bool Service::isOurs(const std::string& token) {
     const bool isOurs = token == registration_.token;
-    if (!isOurs) log().log("The push distributor named a token that is not known");
+    if (!isOurs && !std::exchange(hasToldUnknown_, true))
+        log().log("The push distributor named a token that is not known");
     return isOurs;
 }
 
-void Service::received(const std::string& token, const Foundation::Data& message) {
+void Service::received(const std::string& token, const Foundation::Data& message,
+                       const std::optional<std::string>& identifier) {
     if (!isOurs(token)) return;
+    if (identifier && recent_.contain(*identifier, message))
+        return log().log("The push distributor sent a message once more; it is not shown again");
     arrived_.push_back(spool_.add(message));
+    if (identifier) remember(*identifier, message);
     arrival_ = loop_.after({}, [this] { takeArrived(); });
+}
+
+/// The message is safe by now; should it come again, it would be shown again.
+void Service::remember(const std::string& identifier, const Foundation::Data& message) {
+    try {
+        recent_.add(identifier, message);
+    } catch (const Foundation::CocoaError& error) {
+        log().error("The messages that were taken cannot be kept in mind: ", os::Public{error.what()});
+    }
 }
 
 void Service::takeArrived() {
@@ -111,7 +127,8 @@ void Service::unregistered(const std::string& token) {
 }
 
 bool Service::isIdle() const {
-    return arrived_.empty() && queue_.isEmpty() && center_.waiting() == 0 && !center_.mayBeAnswered();
+    return arrived_.empty() && queue_.isEmpty() && center_.waiting() == 0 && !center_.mayBeAnswered() &&
+           !distributor_.isTrying();
 }
 
 /// A registration that cannot be kept is made anew; what is to be shown is shown all the same.

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,7 @@
 #include "Desktop/Distributor.h"
 #include "Desktop/NotificationCenter.h"
 #include "Desktop/PushQueue.h"
+#include "Desktop/RecentMessages.h"
 #include "Desktop/Registration.h"
 #include "Desktop/Spool.h"
 
@@ -29,11 +31,13 @@ public:
     void run();
 
 private:
-    void received(const std::string& token, const Foundation::Data& message) override;
+    void received(const std::string& token, const Foundation::Data& message,
+                  const std::optional<std::string>& identifier) override;
     void endpointChanged(const std::string& token, const std::string& endpoint) override;
     void unregistered(const std::string& token) override;
 
-    bool isOurs(const std::string& token) const;
+    bool isOurs(const std::string& token);
+    void remember(const std::string& identifier, const Foundation::Data& message);
     void takeArrived();
     void save() const;
     void finishUp();
@@ -48,12 +52,13 @@ private:
     std::string name_;
     Spool spool_;
     Registration registration_;
+    RecentMessages recent_;
     NotificationCenter center_;
     PushQueue queue_;
     Connector connector_;
     Distributor distributor_;
     std::vector<Spool::Entry> arrived_;  ///< acknowledged, and not yet in the queue
-    bool isFinishing_ = false;
+    bool isFinishing_ = false, hasToldUnknown_ = false;
     EventLoop::Source arrival_, idleTimer_;
     std::vector<EventLoop::Source> signals_;
 };

@@ -28,15 +28,15 @@ Foundation::Data json(const Foundation::Dictionary& payload) {
 }
 
 /// Shows what can be shown in time.
-void show(const std::vector<Spool::Entry>& entries, const std::filesystem::path& state,
+void show(Spool& spool, const std::vector<Spool::Entry>& entries, const std::filesystem::path& state,
           const std::filesystem::path& extension, const Texts& texts) {
     try {
         EventLoop loop;
         Bus bus(loop);
         EventLoop::Source limit;
         const auto restartLimit = [&] { limit = loop.after(patience, [&] { loop.leave(); }); };
-        NotificationCenter center(loop, bus, state / shownNotifications, NotificationCenter::Answers::leftToOthers,
-                                  texts, [] {});
+        NotificationCenter center(loop, bus, spool, state / shownNotifications,
+                                  NotificationCenter::Answers::leftToOthers, texts, [] {});
         PushQueue queue(loop, center, extension, [&] {
             restartLimit();
             if (queue.isEmpty()) loop.leave();
@@ -61,7 +61,7 @@ int show(const std::vector<std::string>& files, const std::filesystem::path& ext
         return true;
     });
 
-    if (!entries.empty()) show(entries, state, extension, texts);
+    if (!entries.empty()) show(spool, entries, state, extension, texts);
     const bool isShown = spool.entries().empty();
     spool.removeIfEmpty();
     if (!isShown) return notShown;

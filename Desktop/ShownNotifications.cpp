@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <string_view>
+#include <thread>
 #include <utility>
 
 #include <fcntl.h>
@@ -51,17 +53,21 @@ constexpr std::array<std::string_view, 11> keptKeys = {"type",           "server
                                                        "channel_id",     "root_id",   "team_id",    "sender_id",
                                                        "is_crt_enabled", "sub_type",  "verified"};
 
-/// Held while the file is being changed.
+/// Held while the file is being changed. Another process has it for moments; for one that is stopped in the midst of them
+/// nobody waits.
 class Lock {
 public:
     explicit Lock(const std::filesystem::path& file) {
         const std::string path = file.string() + ".lock";
         descriptor_ = Foundation::Descriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-        int result = -1;
-        do {
-            result = descriptor_.isOpen() ? ::flock(descriptor_.number(), LOCK_EX) : -1;
-        } while (result != 0 && errno == EINTR);
-        if (result != 0) throw CocoaError(CocoaError::Operation::write, errno, path);
+        if (!descriptor_.isOpen()) throw CocoaError(CocoaError::Operation::write, errno, path);
+        constexpr int attempts = 200;
+        constexpr std::chrono::milliseconds pause{2};
+        for (int attempt = 1; ::flock(descriptor_.number(), LOCK_EX | LOCK_NB) != 0; ++attempt) {
+            if (errno != EWOULDBLOCK || attempt == attempts)
+                throw CocoaError(CocoaError::Operation::write, errno, path);
+            std::this_thread::sleep_for(pause);
+        }
     }
 
 private:

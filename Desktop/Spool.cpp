@@ -22,6 +22,7 @@ using Foundation::Descriptor;
 namespace {
 
 constexpr const char* waiting = ".json";
+constexpr const char* error = ".error";
 constexpr const char* beingShown = ".showing";
 
 /// The directory, locked; none where another process has locked it, or has removed it.
@@ -59,15 +60,19 @@ Spool::Spool(const std::filesystem::path& directory, const std::string& name)
     lock_ = std::move(*lock);
 }
 
-Spool::Entry Spool::add(const Foundation::Data& push) {
+Spool::Kind Spool::kindOf(const Entry& entry) {
+    return entry.extension() == error ? Kind::error : Kind::push;
+}
+
+Spool::Entry Spool::add(const Foundation::Data& content, Kind kind) {
     using namespace std::chrono;
     // Names sort as the pushes came, and one that comes in the same moment, or after the clock was set back, behind.
     const auto now = duration_cast<nanoseconds>(system_clock::now().time_since_epoch()).count();
     last_ = std::max(last_ + 1, static_cast<std::uint64_t>(now));
     std::array<char, 32> name{};
     std::snprintf(name.data(), name.size(), "%020ju", static_cast<std::uintmax_t>(last_));
-    Entry entry = path_ / (name.data() + std::string(waiting));
-    Files::AtomicWrite(entry, push).commit();
+    Entry entry = path_ / (name.data() + std::string(kind == Kind::error ? error : waiting));
+    Files::AtomicWrite(entry, content).commit();
     return entry;
 }
 
@@ -75,7 +80,7 @@ std::vector<Spool::Entry> Spool::entries() {
     std::vector<Entry> entries;
     for (const auto& name : Files::names(path_)) {
         const Entry entry = path_ / name;
-        if (entry.extension() == waiting) {
+        if (entry.extension() == waiting || entry.extension() == error) {
             entries.push_back(entry);
             continue;
         }

@@ -10,19 +10,21 @@
 
 namespace Desktop {
 
-/// The pushes that a process has taken and not yet shown, a file each, so that none is lost when it ends: a later
-/// process finds those of an earlier one. Each function throws `Foundation::CocoaError`.
+/// What a process is still to show, a file each, so that nothing is lost when it ends: a later process finds what an
+/// earlier one has left. Each function throws `Foundation::CocoaError`.
 class Spool {
 public:
-    /// One push in it.
+    /// One file in it: a push, or an error that the user is to be told.
     using Entry = std::filesystem::path;
+    enum class Kind { push, error };
+    static Kind kindOf(const Entry& entry);
 
     /// The spool of this name in the directory, for this process alone. Throws with EAGAIN where another process has
     /// it.
     Spool(const std::filesystem::path& directory, const std::string& name);
 
-    /// Keeps a push: once this has returned, it outlives the process and the machine.
-    Entry add(const Foundation::Data& push);
+    /// Keeps it: once this has returned, it outlives the process and the machine.
+    Entry add(const Foundation::Data& content, Kind kind = Kind::push);
 
     /// All, in the order in which they came. Those that were being shown when a process ended are removed: whether they
     /// were seen nobody knows, and none is to be shown twice.

@@ -2,7 +2,7 @@
 
 #include <cerrno>
 
-#include "Foundation/Files.h"
+#include "Foundation/CocoaError.h"
 #include "Foundation/GroupContainer.h"
 
 namespace Desktop {
@@ -16,9 +16,7 @@ std::filesystem::path stateDirectory() {
         directory = std::filesystem::path(*home) / ".local/state";
     else
         throw Foundation::CocoaError(Foundation::CocoaError::Operation::write, ENOENT, "~/.local/state");
-    directory /= "tessel";
-    Foundation::Files::createDirectory(directory);
-    return directory;
+    return directory / "tessel";
 }
 
 }  // namespace Desktop

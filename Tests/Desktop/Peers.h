@@ -120,6 +120,9 @@ public:
         EXPECT_TRUE(eventually([&] { return shown().size() > place; }));
         return shown().at(place);
     }
+    void hold() {
+        locked([&] { isHeld_ = true; });
+    }
     void release() {
         locked([&] { isHeld_ = false, answerHeld(); });
     }
@@ -170,14 +173,20 @@ class PushDistributor final : public Peer {
 public:
     static constexpr const char* service = "com.norvane.tessel.NotificationService";
 
-    explicit PushDistributor(int version = 2)
-        : Peer("org.unifiedpush.Distributor.test", "/org/unifiedpush/Distributor"), version_(version) {
+    /// `refusals` are why it does not take the first registrations.
+    explicit PushDistributor(int version = 2, std::deque<std::string> refusals = {})
+        : Peer("org.unifiedpush.Distributor.test", "/org/unifiedpush/Distributor"), version_(version), refusals_(std::move(refusals)) {
         const auto registered = [this](const std::string& name, const std::string& token) {
             EXPECT_EQ(name, service);
             locked([&] { tokens_.push_back(token); });
         };
         if (version == 2)
-            object_->registerMethod("Register").onInterface("org.unifiedpush.Distributor2").implementedAs([=](const Values& values) {
+            object_->registerMethod("Register").onInterface("org.unifiedpush.Distributor2").implementedAs([=, this](const Values& values) {
+                if (!refusals_.empty()) {
+                    const auto reason = refusals_.front();
+                    refusals_.pop_front();
+                    return Values{{"success", std::string("REGISTRATION_FAILED")}, {"reason", reason}};
+                }
                 registered(values.at("service").get<std::string>(), values.at("token").get<std::string>());
                 return Values{{"success", std::string("REGISTRATION_SUCCEEDED")}, {"reason", std::string()}};
             });
@@ -217,18 +226,20 @@ public:
         EXPECT_EQ(call({{"token", token}}, "Unregistered").size(), 0);
     }
 
-private:
-    template <class... Arguments>
-    void call(const char* method, const Arguments&... arguments) {
-        connector_->callMethod(method).onInterface("org.unifiedpush.Connector1").withArguments(arguments...).dontExpectReply();
-    }
     Values call(const Values& values, const char* method) {
         Values answer;
         connector_->callMethod(method).onInterface("org.unifiedpush.Connector2").withArguments(values).storeResultsTo(answer);
         return answer;
     }
 
+private:
+    template <class... Arguments>
+    void call(const char* method, const Arguments&... arguments) {
+        connector_->callMethod(method).onInterface("org.unifiedpush.Connector1").withArguments(arguments...).dontExpectReply();
+    }
+
     int version_;
+    std::deque<std::string> refusals_;
     std::vector<std::string> tokens_;
     std::unique_ptr<sdbus::IProxy> connector_, bus_;
 };
