@@ -24,6 +24,7 @@ struct Fault {
     bool isHarmless = false;  ///< what is read or written is so in the end
 };
 constexpr std::uint64_t forGood = 1'000'000'000;
+void PrintTo(const Fault& fault, std::ostream* out) { *out << fault.kind << " × " << fault.length; }
 
 /// On standard error, beside lines of the log.
 bool says(const Outcome& outcome, const std::string& text) {
