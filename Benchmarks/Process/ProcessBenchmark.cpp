@@ -88,7 +88,7 @@ void measureOne(const SignedIn& session, const std::string& pushFile) {
               });
     const char* const peer = "curl fetches the same two addresses, start to end";
     untilDelivery.print("the process, start to delivery", peer, "ms", 1.3);
-    untilExit.print("the process, start to end", peer, "ms", 1.3);
+    untilExit.print("the process, start to end", peer, "ms", {});
     resident.print("the process, all that is resident at its peak", "curl, the same", "MiB", 1.5);
 }
 
