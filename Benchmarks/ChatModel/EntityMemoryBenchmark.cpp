@@ -45,7 +45,7 @@ int deriveFacts(const Post& post, std::string_view reader) {
 }
 
 bool measureDerivedFacts(const std::vector<Post>& posts) {
-    const std::string reader = posts.front().userID;
+    const auto reader = posts.front().userID;
     std::size_t ordinary = 0;
     std::size_t allocations = 0;
     for (const auto& post : posts) {

@@ -52,7 +52,7 @@ Input inputOf(std::size_t count) {
         if (i % 4 == 3) {
             const std::string peer = identifier();
             channel.kind = Channel::Kind::direct;
-            channel.name = input.currentUserID + "__" + peer;
+            channel.name = std::string(input.currentUserID) + "__" + peer;
             input.peerNames[peer] = title;
             input.preferences.push_back({"direct_channel_show", peer, i % 20 == 19 ? "false" : "true"});
         } else {
@@ -114,8 +114,9 @@ public:
 
 private:
     Input input_;
-    Input rest_;                                                       ///< all but channels and memberships
-    std::unordered_map<std::string, std::size_t> channels_, members_;  ///< where each stood, by its identifier
+    Input rest_;  ///< all but channels and memberships
+    std::unordered_map<ChatModel::Identifier, std::size_t> channels_,
+        members_;  ///< where each stood, by its identifier
 };
 
 /// The titles in the order of their sort keys.
