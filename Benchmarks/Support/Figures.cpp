@@ -60,17 +60,17 @@ void print(const Row& row) {
                                                     : row.figure / row.beside;
     // A small part of the peer needs a digit more.
     const char* const format = row.atMost && *row.atMost < 1 ? "%.3f" : "%.2f";
-    std::string rounds;
+    std::string range;
     if (!row.ratios.empty()) {
         const auto [least, greatest] = std::minmax_element(row.ratios.begin(), row.ratios.end());
-        rounds = number(format, *least) + " – " + number(format, *greatest);
+        range = number(format, *least) + " – " + number(format, *greatest);
     }
     std::string line = cell(row.what, 56);
     line += cell(quantity(row.figure * scale, unit), 17);
     line += cell(row.besideWhat + ": " + quantity(row.beside * scale, unit), 67);
     line += cell(quantity((row.figure - row.beside) * scale, unit, true), 17);
     line += cell(number(format, ratio), 5);
-    line += cell(rounds, 13);
+    line += cell(range, 13);
     line += cell(row.atMost ? "≤ " + number(format, *row.atMost) : "", 8);
     line += cell(!row.atMost ? "" : ratio <= *row.atMost ? "yes" : "**no**", 7);
     std::printf("%s|\n", line.c_str());
