@@ -1,6 +1,6 @@
 """Changes one operator, constant, branch or statement of a source at a time, and says which changes no test sees.
 
-    scripts/mutate [--list] [--sample N [--seed S]] [--jobs N] [FILE…]
+    scripts/mutate [--list] [--match TEXT] [--sample N [--seed S]] [--jobs N] [FILE…]
 
 FILE: a source of a folder that has tests; without any, the rules below. A changed source, a mutant, is compiled beside
 the build in build/mutants and linked, instead of the original, into the programs that judge it: the tests of its
@@ -45,14 +45,15 @@ TOKEN = re.compile(r"""(?P<skip>\s+|//[^\n]*|/\*.*?\*/|^[ \t]*\#(?:\\\n|[^\n])*|
 BINARY = {"==": "!=", "!=": "==", "<": "<=", "<=": "<", ">": ">=", ">=": ">", "&&": "||", "||": "&&", "+": "-",
           "-": "+", "*": "/", "/": "*", "%": "*", "+=": "-=", "-=": "+=", "|=": "="}
 OTHERS = {"++": "--", "--": "++", "!": "", "true": "false", "false": "true", "break": "continue", "continue": "break",
-          "min": "max", "max": "min", "any_of": "all_of", "all_of": "any_of"}
+          "min": "max", "max": "min", "any_of": "all_of", "all_of": "any_of", "Private": "Public"}
 OPENING = {"(": ")", "[": "]", "{": "}"}
 # What ends an operand of "?", of "||" and of "&&".
 ENDS = {"?": {"=", "+=", "-=", "|=", ",", ";", "?", ":", "return", "{", "}"}}
 ENDS["||"] = ENDS["?"] | {"||"}
 ENDS["&&"] = ENDS["||"] | {"&&"}
-NO_EXPRESSION = {"return", "using", "namespace", "template", "struct", "class", "public", "private", "friend", "if", "try",
-                 "for", "while", "else", "const", "constexpr", "auto", "static", "break", "continue", "{", "}", ";"}
+NO_EXPRESSION = {"return", "using", "namespace", "template", "struct", "class", "public", "private", "friend", "if",
+                 "try", "for", "while", "else", "const", "constexpr", "auto", "static", "break", "continue", "{", "}",
+                 ";", "."}
 DEFAULTS = ([], ["false"], ["nullptr"], ["{", "}"], ["std", "::", "nullopt"])
 
 
@@ -63,6 +64,9 @@ class Mutant:
     line: int
     change: str
     text: str
+
+    def __str__(self):
+        return f"{self.file}:{self.line}: {self.change}"
 
 
 def mutants_of(file, text):
@@ -192,8 +196,8 @@ def build(files):
     programs = sorted({judge.program for all_of_one in judges.values() for judge in all_of_one})
     subprocess.run(["cmake", "--build", BUILD, "--parallel", str(os.cpu_count()), "--target", *programs], check=True,
                    stdout=sys.stderr)
-    commands = subprocess.run(["ninja", "-C", BUILD, "-t", "commands", *(f"bin/{name}" for name in programs)], check=True,
-                              capture_output=True, text=True).stdout.splitlines()
+    commands = subprocess.run(["ninja", "-C", BUILD, "-t", "commands", *(f"bin/{name}" for name in programs)],
+                              check=True, capture_output=True, text=True).stdout.splitlines()
     compilers = {}
     for file in files:
         compiler = shlex.split(next(line for line in commands if line.endswith(f" -c {ROOT / file}")))[:-2]
@@ -201,8 +205,12 @@ def build(files):
             place = compiler.index(option)
             del compiler[place:place + 2]
         # What is undefined shall not pass for right.
-        compilers[file] = [*compiler, "-w", "-fsanitize=undefined", "-fno-sanitize=vptr",
-                           "-fsanitize-undefined-trap-on-error"]
+        compiler += ["-w", "-fsanitize=undefined", "-fno-sanitize=vptr", "-fsanitize-undefined-trap-on-error"]
+        # What the file includes is read once for all its mutants.
+        header = BUILD / f"{pathlib.Path(file).stem}.h"
+        header.write_text("\n".join(re.findall(r"^#include.*", (ROOT / file).read_text(), re.M)))
+        subprocess.run([*compiler, "-x", "c++-header", "-o", f"{header}.gch", header], cwd=BUILD, check=True)
+        compilers[file] = [*compiler, "-include", header]
         for judge in judges[file]:
             link = next(line for line in commands if f" -o bin/{judge.program} " in line)
             judge.linker = shlex.split(link.removeprefix(": && ").split(" && ")[0])
@@ -226,8 +234,8 @@ def fate_of(mutant, compiler, judges, worker):
     if not succeeds([*compiler, "-o", made, "-c", source]):
         return "no program"
     for judge in judges:
-        # An object comes before the archive that holds the original, which nothing asks for any more. The program stands
-        # with the others: it looks for its resources there.
+        # An object comes before the archive that holds the original, which nothing asks for any more. The program
+        # stands with the others: it looks for its resources there.
         program, place = BUILD / "bin" / f"{worker}-{judge.program}", judge.linker.index("-o")
         if not succeeds([*judge.linker[:place], made, "-o", program, *judge.linker[place + 2:]]):
             return "no program"
@@ -243,15 +251,20 @@ def fate_of(mutant, compiler, judges, worker):
 
 def read_reasons():
     """The mutants, as (file, change), that the file of reasons lists."""
-    lines = REASONS.read_text().splitlines() if REASONS.exists() else []
-    listed = (line.split(": ", 1) for line in lines if line and not line.startswith(("#", " ")))
-    return {(file, change) for file, change in listed}
+    listed = set()
+    for paragraph in REASONS.read_text().split("\n\n"):
+        lines = [line for line in paragraph.splitlines() if not line.startswith("#")]
+        if lines and not lines[-1].startswith(" "):
+            sys.exit(f"There is no reason behind: {lines[-1]}")
+        listed |= {tuple(line.split(": ", 1)) for line in lines if not line.startswith(" ")}
+    return listed
 
 
 def main():
     parser = argparse.ArgumentParser(prog="scripts/mutate", description=__doc__.split("\n", 1)[0])
     parser.add_argument("files", nargs="*", metavar="FILE", default=RULES)
     parser.add_argument("--list", action="store_true", help="only print the changes")
+    parser.add_argument("--match", default="", metavar="TEXT", help="only those in whose line this stands")
     parser.add_argument("--sample", type=int, metavar="N", help="only so many of them, drawn by lot")
     parser.add_argument("--seed", type=int, default=1, help="of the lot")
     parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="how many at once")
@@ -259,12 +272,13 @@ def main():
     mutants = [mutant for file in options.files for mutant in mutants_of(file, (ROOT / file).read_text())]
     reasons = {reason for reason in read_reasons() if reason[0] in options.files}
     idle_reasons = reasons - {(mutant.file, mutant.change) for mutant in mutants}
+    mutants = [mutant for mutant in mutants if options.match in str(mutant)]
     if options.sample is not None and options.sample < len(mutants):
         drawn = random.Random(options.seed).sample(range(len(mutants)), options.sample)
         mutants = [mutants[i] for i in sorted(drawn)]
     if options.list:
         for mutant in mutants:
-            print(f"{mutant.file}:{mutant.line}: {mutant.change}")
+            print(mutant)
         print(len(mutants), "mutants")
         return 0
 
@@ -292,7 +306,7 @@ def main():
             counts[mutant.file][result] += 1
             print(f"{i + 1} of {len(mutants)}: {mutant.file}:{mutant.line} {result}", file=sys.stderr)
             if result == "survived":
-                print(f"{mutant.file}:{mutant.line}: {mutant.change}", flush=True)
+                print(mutant, flush=True)
     idle_reasons |= (seen_dead - seen_alive) & reasons
     for file, change in sorted(idle_reasons):
         print(f"No such mutant survives, and yet there is a reason: {file}: {change}")
