@@ -96,6 +96,7 @@ TEST(Timeline, MessagesTellOfTheirReactionsAndTheirSending) {
         const auto items = Timeline::items(std::move(input));
         EXPECT_EQ(shown(items), "date-0 p qfailed!^" + expected + " qfailed!^" + expected + " r*?");
         EXPECT_EQ(std::get<TimelineMessage>(items[1].content).post.message.data(), text) << "copied";
+        EXPECT_EQ(std::get<TimelineMessage>(items[2].content).reactions, ReactionSummary::summarize(reactions, "me"));
         for (std::size_t i = 0; i < items.size(); ++i) {
             EXPECT_EQ(items[i] == others[i], i == 0 || i == 4);
             EXPECT_EQ(std::hash<TimelineItem>()(items[i]) == std::hash<TimelineItem>()(others[i]), i == 0 || i == 4);

@@ -84,6 +84,7 @@ TEST_F(PushProcessorTest, EachFailureEndsInSomeContent) {
         const auto delivered = run(content(push));
 
         EXPECT_EQ(log.lines(), logged);
+        EXPECT_TRUE(logged.empty() || log.writer() == "com.norvane.tessel Push");
         EXPECT_EQ(Result(delivered.body(), Foundation::textOrEmpty(delivered.userInfo(), "verified"),
                          delivered.intent() != nullptr, delivered.intent() && delivered.intent()->sender.image,
                          updates.size(), server.received().size()), result);
@@ -124,6 +125,15 @@ TEST_F(PushProcessorTest, TheTokenStaysWithItsHost) {
     push.overrideIconURL.replace(push.overrideIconURL.find("127.0.0.1"), 9, "localhost");
     EXPECT_TRUE(run(content(push)).intent()->sender.image);
     EXPECT_FALSE(other.received().back().headers.contains("authorization"));
+}
+
+TEST_F(PushProcessorTest, APictureMayTakeAMinute) {
+    const auto gated = std::make_shared<GatedSession>();
+    processor.session = gated;
+    for (const int status : {500, 404}) gated->answer(status);
+    run(content(message()));
+    (void)gated->requests.pop();
+    EXPECT_EQ(gated->requests.pop().timeoutInterval, 60);
 }
 
 TEST_F(PushProcessorTest, TheTextIsInTheUsersLanguage) {
