@@ -204,7 +204,8 @@ def build(files):
         for option in ("-MT", "-MF", "-o"):
             place = compiler.index(option)
             del compiler[place:place + 2]
-        compiler.append("-w")
+        # What is undefined shall not pass for right.
+        compiler += ["-w", "-fsanitize=undefined", "-fno-sanitize=vptr", "-fsanitize-undefined-trap-on-error"]
         # What the file includes is read once for all its mutants.
         header = BUILD / f"{pathlib.Path(file).stem}.h"
         header.write_text("\n".join(re.findall(r"^#include.*", (ROOT / file).read_text(), re.M)))

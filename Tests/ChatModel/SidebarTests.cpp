@@ -64,7 +64,7 @@ TEST_F(SidebarTest, SortsByAllOfATitle) {
 TEST_F(SidebarTest, SortsByRecencyOfWhatCounts) {
     for (const char* id : {"a", "b", "c", "d"}) add(id, {}, "");
     input.channels[0].lastPostAt = 5; input.channels[1].createAt = 6; input.channels[2].lastPostAt = 5;
-    input.channels[3].lastPostAt = 9; input.channels[3].lastRootPostAt = 4;
+    input.channels[3].lastPostAt = 9; input.channels[3].lastRootPostAt = 1;
     category(recent, {"c", "d", "a", "b"});
     EXPECT_EQ(shown(), "d b c a dbca");
     input.collapsedThreads = true;
