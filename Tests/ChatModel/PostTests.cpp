@@ -54,8 +54,8 @@ TEST(Post, FactsFollowFromItsMembers) {
              {R"("from_webhook":"false"})", "RA"}, {R"("silent_notification":"true"})", "RA"},
              {R"("silent_notification":true})", "RNXA"}, {silent + R"("false"})", "RA"}, {silent + "true}", "RA"},
              {silent + "\"\"}", "RNXA"}, {silent + "false}", "RNXA"}, {tracked, "RAC"},
-             {R"("velto_read_receipts":"true"})", "RA"}, {tracked + R"(,"type":"x")", "RA"}, {tracked + R"(,"delete_at":1)", "RD"},
-             {tracked + R"(,"pending_post_id":"p")", "RP"}})
+             {R"("velto_read_receipts":"true"})", "RA"}, {tracked + R"(,"type":"x")", "RA"},
+             {tracked + R"(,"delete_at":1)", "RD"}, {tracked + R"(,"pending_post_id":"p")", "RP"}})
         EXPECT_EQ(facts(postWith(R"("props":{)" + props)), letters) << props;
     for (const auto& [wide, high, made] : {std::tuple(1, 1, true), {0, 1, true}, {640, 0, true}, {1, 1, false}})
         EXPECT_EQ((PostMetadata::FileInfo{"", "", "", 0, "", wide, high, made}.isImage()), wide * high * made > 0);

@@ -69,7 +69,9 @@ TEST_F(PushProcessorTest, EachFailureEndsInSomeContent) {
         {"picture dropped", answer(userPicture, {.dropAfter = 100}), withoutPicture,
          {"default Loading the sender's avatar failed: The network connection was lost."}},
         {"picture empty", answer(userPicture, {.body = ""}), Result{"x", "", true, true, 2, 2}, {}},
-        {"no sender", [&](auto& push) { push.senderID = ""; push.isIDLoaded = false; }, notAsked, {}}};
+        {"no sender", [&](auto& push) { push.senderID = ""; push.isIDLoaded = false; }, notAsked, {}},
+        {"nobody takes donations", [](auto&) { Intents::setDonationSink({}); }, Result{"x", "", false, false, 2, 2},
+         {"default The push stays a plain notification: The system takes no donations of interactions."}}};
     for (const auto& [name, arrange, result, logged] : rows) {
         SCOPED_TRACE(name);
         processor.servers = servers;
@@ -114,6 +116,9 @@ TEST_F(PushProcessorTest, ThePayloadIsReadAgainOnlyBehindAnAcknowledgement) {
     EXPECT_EQ(pushed().serverURL, url);
     credentials.removeToken(url);
     EXPECT_FALSE(pushed().serverURL);
+    auto prepared = processor.prepare(content(message()), [](const auto&) {});
+    prepared.server.reset();
+    EXPECT_FALSE(processor.communicationContent(prepared).intent());
 }
 
 TEST_F(PushProcessorTest, TheTokenStaysWithItsHost) {
