@@ -90,6 +90,7 @@ TEST(Timeline, MessagesTellOfTheirReactionsAndTheirSending) {
         for (const auto& [id, text] : copy.failedPostIDs) input.failedPostIDs[id] = text;
         EXPECT_TRUE(copy == input && std::hash<Timeline::Input>()(copy) == std::hash<Timeline::Input>()(input));
         copy.failedPostIDs["q"] = "?";
+        EXPECT_NE(std::hash<Timeline::Input>()(copy), std::hash<Timeline::Input>()(input));
         const auto others = Timeline::items(copy);
         input.posts[0].message.assign(100, 'x');
         const void* const text = input.posts[0].message.data();
@@ -102,6 +103,7 @@ TEST(Timeline, MessagesTellOfTheirReactionsAndTheirSending) {
             EXPECT_EQ(std::hash<TimelineItem>()(items[i]) == std::hash<TimelineItem>()(others[i]), i == 0 || i == 4);
         }
     }
+    EXPECT_NE(std::hash<ReactionSummary>()({"a", 1, false}), std::hash<ReactionSummary>()({"a", 1, true}));
 }
 
 }  // namespace
