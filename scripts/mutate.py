@@ -170,6 +170,7 @@ def run(command, seconds, temporary):
     def limit():
         resource.setrlimit(resource.RLIMIT_DATA, (2 << 30, 2 << 30))
         resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+    shutil.rmtree(temporary, ignore_errors=True)  # a run that was stopped leaves it
     temporary.mkdir()
     process = subprocess.Popen(command, cwd=temporary, env={**os.environ, "TMPDIR": str(temporary)}, preexec_fn=limit,
                                start_new_session=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
