@@ -71,8 +71,8 @@ TEST(Post, EmojiAreNamedBetweenColons) {
                                R"("footer":":f:","fields":[{"title":":f:","value":":v:"},{"value":{"k":[":w:"]}}]},)"
                                R"({"text":":y:"}]})");
     EXPECT_EQ(post.emojiNames(), (std::set<std::string>{"m", "p", "t", "x", "v", "w", "y"}));
-    const auto attached = postWith(R"("props":{"attachments":[{"color":"c","fields":[{"short":true,"value":{":k:":1}}]})"
-                                   R"(,{"text":"x"}]})");
+    const auto attached = postWith(R"("props":{"attachments":[{"color":"c","fields":[{"short":true,"value":{":k:":1}}])"
+                                   R"(},{"text":"x"}]})");
     EXPECT_EQ(attached.emojiNames(), std::set<std::string>{"k"});
 }
 
