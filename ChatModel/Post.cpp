@@ -87,7 +87,8 @@ bool Post::isIgnoredForReadState(std::string_view reader) const {
 }
 
 bool Post::isInteractable() const {
-    return !isDeleted() && !isEphemeral() && !isSystemMessage() && !isPending();
+    // What is ephemeral is a system message.
+    return !isDeleted() && !isSystemMessage() && !isPending();
 }
 
 bool Post::supportsReadReceipts() const {
