@@ -145,18 +145,20 @@ void NotificationCenter::show(const Shared& item, const Notification& notificati
     const auto thread = item->delivery() ? conversationOf(*item->delivery()) : std::string();
     if (!thread.empty() && !daemon_.abilities().keeps)
         replaced = static_cast<std::uint32_t>(recorded([&] { return shown_->lastInThread(thread); }).value_or(0));
-    mark(*item);
     underWay_.insert(item);
     watch();
-    daemon_.show(notification, replaced, [this, item](std::optional<std::uint32_t> number, const std::string& error) {
-        hasAnswered_ = true;
-        if (underWay_.erase(item) == 0) return;
-        if (number) return shown(item, *number);
-        refused(item, error);
-    });
+    daemon_.show(
+        notification, replaced, [this, item] { mark(*item); },
+        [this, item](std::optional<std::uint32_t> number, const std::string& error) {
+            hasAnswered_ = true;
+            if (underWay_.erase(item) == 0) return;
+            if (number) return shown(item, *number);
+            refused(item, error);
+        });
 }
 
-/// A push is not to be shown twice; an error, which may hold what the user has written, rather twice than never.
+/// A push is not to be shown twice; an error, which may hold what the user has written, rather twice than never. Between
+/// the mark and the message to the server lies as little as can be: what ends the process there loses the push.
 void NotificationCenter::mark(Item& item) const {
     if (item.delivery() != nullptr) item.entry = Spool::marked(*item.entry);
 }
