@@ -90,7 +90,7 @@ void run() {
 
     // Whether a text mentions the user can be asked for alone: in front of a draft's channel, or to highlight it.
     const Rules::MentionMatcher matcher(Rules::mentionKeys(known.currentUser));
-    const Post asked = post("Where is ADA?");
+    const Post asked = post("Where is @ADA?");
     std::cout << (matcher.matches(Rules::mentionText(asked, plainText)) ? "highlighted: " : "") << asked.message
               << '\n';
 }

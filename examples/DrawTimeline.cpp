@@ -80,7 +80,8 @@ public:
         for (const auto& reaction : message.reactions)
             std::cout << "       :" << reaction.emojiName << ": " << reaction.count
                       << (reaction.includesCurrentUser ? ", yours too\n" : "\n");
-        if (message.showsThreadFooter && post.replyCount > 0) std::cout << "       ↳ " << post.replyCount << " replies\n";
+        if (message.showsThreadFooter && post.replyCount > 0)
+            std::cout << "       ↳ " << post.replyCount << " replies\n";
         if (const auto* failed = std::get_if<TimelineMessage::Failed>(&message.delivery))
             std::cout << "       not sent: " << failed->message << '\n';
         else if (message.delivery == TimelineMessage::Delivery(TimelineMessage::Sending::pending))

@@ -123,7 +123,8 @@ UNNotificationRequest request(const std::string& serverID) {
 void show(const std::string& what, const UNNotificationContent& content) {
     std::cout << what << ": " << content.title() << (content.title().empty() ? "" : " | ") << content.body();
     if (const auto& intent = content.intent())
-        std::cout << " | from " << intent->sender.personHandle.value << (intent->sender.image ? ", with a picture" : "");
+        std::cout << " | from " << intent->sender.personHandle.value
+                  << (intent->sender.image ? ", with a picture" : "");
     std::cout << '\n';
 }
 

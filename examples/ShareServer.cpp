@@ -48,8 +48,9 @@ void run() {
     const SharedServer server = {
         .url = *url,
         .serverID = "example-server",
-        .signingKey = "MFkwEwYHKoZIzj0CAQYIKoZIzj0DAQcDQgAEB+HmDLtcVF//DRmOuj84t7ePLIMyJmxOVkErVfy4kOPDbuxQesA+"
-                      "5wYqos87Jo5Pb/LOG9kYxt8RK6O6LSairg==",
+        .signingKey =
+            "MFkwEwYHKoZIzj0CAQYIKoZIzj0DAQcDQgAEB+HmDLtcVF//DRmOuj84t7ePLIMyJmxOVkErVfy4kOPDbuxQesA+"
+            "5wYqos87Jo5Pb/LOG9kYxt8RK6O6LSairg==",
         .userID = "ada",
         .deviceToken = "device-1",
     };
