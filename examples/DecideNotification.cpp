@@ -88,11 +88,11 @@ void run() {
     known.status = ChatModel::UserStatus::doNotDisturb;
     tell(Rules::decide(post("Lunch, *Ada*?"), event, known, strings, plainText));
 
-    // Whether a text mentions the user can be asked for alone: in front of a draft's channel, or to highlight it.
+    // Whether a text mentions the user can be asked for alone.
     const Rules::MentionMatcher matcher(Rules::mentionKeys(known.currentUser));
     const Post asked = post("Where is @ADA?");
-    std::cout << (matcher.matches(Rules::mentionText(asked, plainText)) ? "highlighted: " : "") << asked.message
-              << '\n';
+    const bool isHighlighted = matcher.matches(Rules::mentionText(asked, plainText));
+    std::cout << (isHighlighted ? "highlighted: " : "") << asked.message << '\n';
 }
 
 }  // namespace
