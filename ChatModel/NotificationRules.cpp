@@ -84,7 +84,7 @@ std::optional<SkipReason::Case> reasonInSettings(const Post& post, const Event& 
     if (context.member->isMuted()) return channelMuted;
     if (context.status == UserStatus::doNotDisturb || context.status == UserStatus::outOfOffice) return userStatus;
     const std::string_view level = desktopLevel(context);
-    const std::string& user = context.currentUser.id;
+    const Identifier& user = context.currentUser.id;
     if (level == "none") return notifyLevelNone;
     if (level == "mention") {
         // In a group the text alone tells; to follow a thread is asked for at no level but "all".

@@ -113,8 +113,8 @@ std::set<std::string> Post::emojiNames() const {
     return names;
 }
 
-std::set<std::string> Post::referencedUserIDs() const {
-    std::set<std::string> users = {userID};
+std::set<Identifier> Post::referencedUserIDs() const {
+    std::set<Identifier> users = {userID};
     if (const auto event = systemEvent()) {
         if (event->subject.id) users.insert(*event->subject.id);
         if (event->actor && event->actor->id) users.insert(*event->actor->id);

@@ -171,18 +171,21 @@ void AtomicWrite::commit(const std::vector<std::filesystem::path>& predecessors)
     for (const auto& predecessor : predecessors)
         names.push_back(hiddenName(directoryOf(predecessor)));
     std::size_t count = 0;
+    while (count < names.size() && ::rename(predecessors[count].c_str(), names[count].c_str()) == 0)
+        ++count;
+    const int failure = errno;
+    const bool areOutOfTheWay = count == names.size();
     try {
-        for (; count < names.size(); ++count)
-            if (::rename(predecessors[count].c_str(), names[count].c_str()) != 0)
-                throw CocoaError(Operation::remove, errno, predecessors[count]);
-        putInPlace();
+        if (areOutOfTheWay) putInPlace();
     } catch (...) {
         while (count-- > 0)
             ::rename(names[count].c_str(), predecessors[count].c_str());
         throw;
     }
+    names.resize(count);
     for (const auto& name : names)
         Files::remove(name);
+    if (!areOutOfTheWay) throw CocoaError(Operation::remove, failure, predecessors[count]);
     syncDirectory(directoryOf(destination_));
 }
 

@@ -40,8 +40,8 @@ public:
     AtomicWrite(const AtomicWrite&) = delete;
     AtomicWrite& operator=(const AtomicWrite&) = delete;
 
-    /// Removes the predecessors and at once puts the file in its place. Where one of these fails, the predecessors are
-    /// as they were.
+    /// Removes the predecessors, in this order and up to the first failure, and at once puts the file in its place; where
+    /// that fails, the predecessors are as they were.
     void commit(const std::vector<std::filesystem::path>& predecessors = {});
 
 private:

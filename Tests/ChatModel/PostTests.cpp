@@ -76,7 +76,7 @@ TEST(Post, EmojiAreNamedBetweenColons) {
 /// "joinedTeam+ id:name", by whom if anyone; the plus is for an arrival.
 std::string told(const std::optional<SystemEvent>& event) {
     if (!event) return "";
-    const auto person = [](const SystemEvent::Person& one) { return ' ' + one.id.value_or("?") + ':' + one.username; };
+    const auto person = [](const SystemEvent::Person& one) { return ' ' + std::string(one.id.value_or("?")) + ':' + one.username; };
     return std::string(name(event->kind)) + (isArrival(event->kind) ? "+" : "-") + person(event->subject) +
            (event->actor ? " by" + person(*event->actor) : "");
 }
@@ -84,7 +84,7 @@ std::string told(const std::optional<SystemEvent>& event) {
 TEST(SystemEvent, TellsWhoDidWhat) {
     const std::string all = R"("username":"n","userId":"i","addedUsername":"an","addedUserId":"a",)"
                             R"("removedUsername":"rn","removedUserId":"r")";
-    const std::tuple<const char*, std::string, const char*, std::set<std::string>> rows[] = {
+    const std::tuple<const char*, std::string, const char*, std::set<Identifier>> rows[] = {
         {"join_channel", all, "joinedChannel+ author:n", {}}, {"join_team", all, "joinedTeam+ author:n", {}},
         {"guest_join_channel", all, "joinedChannelAsGuest+ author:n", {}}, {"join_team", "", "", {}},
         {"leave_channel", all, "leftChannel- author:n", {}}, {"leave_team", all, "leftTeam- author:n", {}},

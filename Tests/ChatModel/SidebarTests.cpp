@@ -19,7 +19,7 @@ struct SidebarTest : testing::Test {
         input.channels.push_back({id, "", kind, isDirect ? "u__v" : "", title, "", "", 0, 0, 0, 0, 9, 5});
         input.members.push_back({id, 0, 9, 5, 0, 0, std::move(props)});
     }
-    void category(SidebarCategory::Sorting sorting, std::vector<std::string> ids, bool collapsed = false) {
+    void category(SidebarCategory::Sorting sorting, std::vector<Identifier> ids, bool collapsed = false) {
         input.categories.push_back({"s", "t", SidebarCategory::Kind::custom, "", sorting, false, collapsed, std::move(ids)});
     }
 
@@ -28,7 +28,7 @@ struct SidebarTest : testing::Test {
         const auto section = Sidebar::sections(input, locale).at(0);
         std::string text;
         for (const auto& one : section.channels)
-            text += one.channel.id + (one.isUnread ? "!" : "") + (one.mentionCount == 1 ? "@" : "") +
+            text += std::string(one.channel.id) + (one.isUnread ? "!" : "") + (one.mentionCount == 1 ? "@" : "") +
                     (one.isClosed ? "x" : "") + ' ';
         for (const auto* one : section.visibleChannels(selected)) text += one->channel.id;
         return text;
@@ -109,7 +109,7 @@ TEST_F(SidebarTest, MovesAboutAcrossSections) {
     EXPECT_EQ(Sidebar::adjacentChannel({{{}, {sections[0].channels[0]}}}, next, "a"), nullptr);
     const auto unread = Sidebar::unreadChannels(sections);
     ASSERT_EQ(unread.size(), 2U);
-    EXPECT_EQ(unread[0]->channel.id + unread[1]->channel.id, "ad");
+    EXPECT_EQ(std::string(unread[0]->channel.id).append(unread[1]->channel.id), "ad");
 }
 
 }  // namespace

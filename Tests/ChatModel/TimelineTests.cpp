@@ -17,7 +17,9 @@ std::vector<Post> posts(const std::string& text) {
     for (std::string one, word; std::getline(all, one, ';');) {
         std::istringstream words(one);
         Post post;
-        words >> post.id >> post.createAt >> post.userID;
+        std::string author;
+        words >> word >> post.createAt >> author;
+        post.id = word, post.userID = author;
         while (words >> word) {
             if (word == "hook") post.props["from_webhook"] = "true";
             if (word == "silent") post.props["silent_notification"] = true;
