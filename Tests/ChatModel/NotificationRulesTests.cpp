@@ -15,14 +15,15 @@ using enum SkipReason::Case;
 
 static std::size_t allocations = 0;
 
-void* operator new(std::size_t size) {
+// Weak: a sanitizer's archive has its own, and counts nothing.
+[[gnu::weak]] void* operator new(std::size_t size) {
     ++allocations;
     if (void* const memory = std::malloc(size)) return memory;
     throw std::bad_alloc();
 }
 // Inlined, the compiler would take the two for no pair.
-[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+[[gnu::weak, gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::weak, gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace {
 
