@@ -27,6 +27,7 @@ set(at_run_time_if_there "libsecret-1-0, libsystemd0")
 
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_NAME ${libraries_package})
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_LIBRARIES_PACKAGE_MULTIARCH same)
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_DEPENDS "${at_run_time}")
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_RECOMMENDS "${at_run_time_if_there}")
 set(CPACK_COMPONENT_LIBRARIES_DESCRIPTION "libraries of the Tessel chat client
@@ -36,6 +37,7 @@ notifications.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libtesselkit-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_MULTIARCH same)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
     "${libraries_package} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "libraries of the Tessel chat client - development files
@@ -51,5 +53,12 @@ set(CPACK_COMPONENT_PROGRAMS_DESCRIPTION "notification extension of the Tessel c
 Verifies and acknowledges the pushes of chat servers, and has them name their
 senders as persons, with text and picture. With it come a service that
 receives pushes on a desktop and shows them, and a tool to try it all.")
+
+# Files of the packages' control parts.
+set(control "${CMAKE_CURRENT_BINARY_DIR}/control")
+file(WRITE "${control}/triggers" "activate-noawait ldconfig\n")
+file(WRITE "${control}/conffiles" "/etc/xdg/autostart/com.norvane.tessel.NotificationService.desktop\n")
+set(CPACK_DEBIAN_LIBRARIES_PACKAGE_CONTROL_EXTRA "${control}/triggers")
+set(CPACK_DEBIAN_PROGRAMS_PACKAGE_CONTROL_EXTRA "${control}/conffiles")
 
 include(CPack)

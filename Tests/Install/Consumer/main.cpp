@@ -1,27 +1,22 @@
-// A program of another project's: decodes a post, looks up a server, and has a push rewritten.
+// Another project's program: decodes an entity, looks up a server, and has a push rewritten.
 #include <future>
 #include <iostream>
-#include <memory>
-#include <optional>
 
-#include <ChatModel/Post.h>
 #include <ChatModel/ServerJSON.h>
-#include <ChatPlatform/SharedServerStore.h>
+#include <ChatModel/Team.h>
 #include <ChatPush/PushNotificationService.h>
 #include <Foundation/DecodingError.h>
 
-int main(int, char** argv) {
-    using Posts = ChatModel::ServerJSON<ChatModel::Post>;
+int main() {
+    using Teams = ChatModel::ServerJSON<ChatModel::Team>;
     try {
-        Posts::decode("{}");
+        Teams::decode("{}");
     } catch (const Foundation::DecodingError& error) {
         std::cout << error.what() << '\n';
     }
-    std::cout << Posts::encode(Posts::decode(argv[1])) << '\n';
-
+    std::cout << Teams::decode(R"({"id":"t1","name":"tessel","display_name":"Tessel","delete_at":0})").displayName << '\n';
     const ChatPlatform::SharedServerStore servers("no-servers");
-    std::cout << servers.server("s1").has_value() << '\n';
-
+    std::cout << (servers.server("s1") ? "a server" : "no server") << '\n';
     const auto service = std::make_shared<ChatPush::PushNotificationService>([&servers] {
         return ChatPush::PushProcessor(servers, ChatPlatform::CredentialStore("group"), nullptr);
     });
