@@ -7,6 +7,10 @@
 #include <ChatPush/PushNotificationService.h>
 #include <Foundation/DecodingError.h>
 
+class Service final : public ChatPush::PushNotificationService {
+    using PushNotificationService::PushNotificationService;
+};
+
 int main() {
     using Teams = ChatModel::ServerJSON<ChatModel::Team>;
     try {
@@ -17,7 +21,7 @@ int main() {
     std::cout << Teams::decode(R"({"id":"t1","name":"tessel","display_name":"Tessel","delete_at":0})").displayName << '\n';
     const ChatPlatform::SharedServerStore servers("no-servers");
     std::cout << (servers.server("s1") ? "a server" : "no server") << '\n';
-    const auto service = std::make_shared<ChatPush::PushNotificationService>([&servers] {
+    const auto service = std::make_shared<Service>([&servers] {
         return ChatPush::PushProcessor(servers, ChatPlatform::CredentialStore("group"), nullptr);
     });
     std::promise<std::string> body;
