@@ -47,15 +47,15 @@ Pieces pieces(std::string_view text, std::string_view separator) {
 
 }  // namespace
 
-std::optional<std::string> Channel::directPeerID(std::string_view currentUserID) const {
+std::optional<Identifier> Channel::directPeerID(std::string_view currentUserID) const {
     if (kind != Kind::direct) return std::nullopt;
     const auto [users, count] = pieces(name, "__");
     if (count != users.size()) return std::nullopt;
-    return std::string(users[0] != currentUserID ? users[0] : users[1]);
+    return users[0] != currentUserID ? users[0] : users[1];
 }
 
 std::string Channel::title(std::string_view currentUserID,
-                           const std::map<std::string, std::string, std::less<>>& peerNames) const {
+                           const std::map<Identifier, std::string, std::less<>>& peerNames) const {
     if (const auto peer = directPeerID(currentUserID))
         if (const auto found = peerNames.find(*peer); found != peerNames.end()) return found->second;
     return displayName;

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "ChatModel/Identifier.h"
 #include "Foundation/WireNames.h"
 
 namespace ChatModel {
@@ -24,8 +25,8 @@ struct Channel {
     /// `private` is a keyword, hence the underscore.
     enum class Kind { open, private_, direct, group };
 
-    std::string id;
-    std::string teamID;  ///< empty for direct and group channels
+    Identifier id;
+    Identifier teamID;  ///< empty for direct and group channels
     Kind kind = Kind::open;
     std::string name;  ///< of a direct channel, both users' identifiers: "u1__u2"
     std::string displayName;
@@ -40,12 +41,12 @@ struct Channel {
 
     /// In a direct channel the other user's identifier, one's own in the channel with oneself; absent where the
     /// channel is of another kind or its name does not hold two identifiers.
-    std::optional<std::string> directPeerID(std::string_view currentUserID) const;
+    std::optional<Identifier> directPeerID(std::string_view currentUserID) const;
 
     /// What the channel is called on screen: the peer's name in a direct channel, where `peerNames` (display names by
     /// user identifier) has it, else the channel's display name.
     std::string title(std::string_view currentUserID,
-                      const std::map<std::string, std::string, std::less<>>& peerNames) const;
+                      const std::map<Identifier, std::string, std::less<>>& peerNames) const;
 
     friend bool operator==(const Channel&, const Channel&) = default;
 };

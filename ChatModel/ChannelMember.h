@@ -5,6 +5,7 @@
 #include <functional>
 #include <string>
 
+#include "ChatModel/Identifier.h"
 #include "ChatModel/NotifyProps.h"
 
 namespace ChatModel {
@@ -16,7 +17,7 @@ namespace ChatModel {
 ///
 /// Every key is required.
 struct ChannelMember {
-    std::string channelID;
+    Identifier channelID;
     std::int64_t lastViewedAt = 0;  ///< milliseconds since the Unix epoch
     std::int64_t msgCount = 0;      ///< posts that the user has seen
     std::int64_t msgCountRoot = 0;  ///< the same, replies left out

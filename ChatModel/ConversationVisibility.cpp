@@ -10,10 +10,10 @@ using ChatModel::ConversationVisibility;
 std::optional<ConversationVisibility> ConversationVisibility::make(const Channel& channel,
                                                                    std::string_view currentUserID) {
     if (channel.kind == Channel::Kind::group)
-        return ConversationVisibility{.category = "group_channel_show", .name = channel.id};
-    auto peer = channel.directPeerID(currentUserID);  // of a direct channel alone
+        return ConversationVisibility{.category = "group_channel_show", .name = std::string(channel.id)};
+    const auto peer = channel.directPeerID(currentUserID);  // of a direct channel alone
     if (!peer) return std::nullopt;
-    return ConversationVisibility{.category = "direct_channel_show", .name = *std::move(peer)};
+    return ConversationVisibility{.category = "direct_channel_show", .name = std::string(*peer)};
 }
 
 ChatModel::Preference ConversationVisibility::preference(bool shown) const {

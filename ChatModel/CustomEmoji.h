@@ -5,6 +5,8 @@
 #include <functional>
 #include <string>
 
+#include "ChatModel/Identifier.h"
+
 namespace ChatModel {
 
 /// An emoji that someone uploaded to the server:
@@ -13,9 +15,9 @@ namespace ChatModel {
 ///
 /// Every key is required.
 struct CustomEmoji {
-    std::string id;
+    Identifier id;
     std::string name;
-    std::string creatorID;
+    Identifier creatorID;
     std::int64_t updateAt = 0;  ///< milliseconds since the Unix epoch
 
     friend bool operator==(const CustomEmoji&, const CustomEmoji&) = default;

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "ChatModel/IdentifierCoding.h"
 #include "ChatModel/ServerJSON.h"
 #include "Foundation/JSONCoding.h"
 

@@ -26,11 +26,6 @@ bool isDefault(std::string_view value) {
     return value.empty() || value == "default";
 }
 
-template <class Value>
-const Value* pointer(const std::optional<Value>& value) {
-    return value ? &*value : nullptr;
-}
-
 bool isForced(const Post& post) {
     const JSONValue* const value = find(post.props, "force_notification");
     if (value == nullptr) return false;
@@ -46,7 +41,7 @@ bool isGroup(const Context& context) {
 
 /// The desktop level in force, as the settings spell it: a text that is no level passes for one of its own.
 std::string_view desktopLevel(const Context& context) {
-    const std::string_view own = setting(pointer(context.member), "desktop");
+    const std::string_view own = setting(&*context.member, "desktop");
     if (!isDefault(own)) return own;
     const std::string_view usual = setting(&context.currentUser, "desktop");
     // Deliberately "all" where the user has set nothing: `ChannelNotificationSettings` takes "mention" there.
@@ -57,7 +52,7 @@ std::string_view desktopLevel(const Context& context) {
 
 /// Deliberately regardless of muting, unlike `ChannelNotificationSettings`.
 bool ignoresChannelMentions(const Context& context) {
-    const std::string_view own = setting(pointer(context.member), "ignore_channel_mentions");
+    const std::string_view own = setting(&*context.member, "ignore_channel_mentions");
     return isDefault(own) ? setting(&context.currentUser, "channel") == "false" : own == "on";
 }
 
@@ -84,7 +79,7 @@ std::optional<SkipReason::Case> reasonInSettings(const Post& post, const Event& 
     if (context.member->isMuted()) return channelMuted;
     if (context.status == UserStatus::doNotDisturb || context.status == UserStatus::outOfOffice) return userStatus;
     const std::string_view level = desktopLevel(context);
-    const std::string& user = context.currentUser.id;
+    const Identifier& user = context.currentUser.id;
     if (level == "none") return notifyLevelNone;
     if (level == "mention") {
         // In a group the text alone tells; to follow a thread is asked for at no level but "all".
@@ -158,7 +153,7 @@ Decision decide(const Post& post, const Event& event, const Context& context, co
         if (!reason) reason = reasonOnScreen(post, context.focus, isThreadReply);
     }
     if (reason) return SkipReason{*reason, reason == userStatus ? std::optional(context.status) : std::nullopt};
-    const ChannelMember* const member = pointer(context.member);
+    const ChannelMember* const member = &*context.member;
     return Notification{.title = title(event, context, strings, isThreadReply),
                         .body = body(post, event, context, strings, plainText),
                         .isSilent = !isDesktopSoundEnabled(member, &context.currentUser),

@@ -10,6 +10,7 @@
 
 #include "ChatModel/Channel.h"
 #include "ChatModel/ChannelMember.h"
+#include "ChatModel/Identifier.h"
 #include "ChatModel/MentionKey.h"
 #include "ChatModel/MentionMatcher.h"
 #include "ChatModel/MentionText.h"
@@ -23,14 +24,14 @@ namespace ChatModel::NotificationRules {
 
 /// How the server announced the post.
 struct Event {
-    std::string teamID;
+    Identifier teamID;
     std::string channelType;  ///< a wire name of `Channel::Kind`: "O", "P", "D" or "G"
     std::string channelDisplayName;
     std::string senderName;
-    std::set<std::string, std::less<>> mentions;   ///< the users who are mentioned, by identifier
-    std::set<std::string, std::less<>> followers;  ///< the users who follow the post's thread, by identifier
-    bool hasImage = false;                         ///< whether the post carries a file that is an image
-    bool hasOtherFile = false;                     ///< whether it carries a file that is none
+    std::set<Identifier, std::less<>> mentions;   ///< the users who are mentioned, by identifier
+    std::set<Identifier, std::less<>> followers;  ///< the users who follow the post's thread, by identifier
+    bool hasImage = false;                        ///< whether the post carries a file that is an image
+    bool hasOtherFile = false;                    ///< whether it carries a file that is none
 
     friend bool operator==(const Event&, const Event&) = default;
 };
@@ -38,8 +39,8 @@ struct Event {
 /// What the user is looking at.
 struct Focus {
     bool isAppActive = false;  ///< whether the client's window is active
-    std::optional<std::string> channelID;
-    std::optional<std::string> threadID;  ///< its root post
+    std::optional<Identifier> channelID;
+    std::optional<Identifier> threadID;  ///< its root post
 
     friend bool operator==(const Focus&, const Focus&) = default;
 };

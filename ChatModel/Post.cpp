@@ -87,7 +87,8 @@ bool Post::isIgnoredForReadState(std::string_view reader) const {
 }
 
 bool Post::isInteractable() const {
-    return !isDeleted() && !isEphemeral() && !isSystemMessage() && !isPending();
+    // What is ephemeral is a system message.
+    return !isDeleted() && !isSystemMessage() && !isPending();
 }
 
 bool Post::supportsReadReceipts() const {
@@ -113,8 +114,8 @@ std::set<std::string> Post::emojiNames() const {
     return names;
 }
 
-std::set<std::string> Post::referencedUserIDs() const {
-    std::set<std::string> users = {userID};
+std::set<Identifier> Post::referencedUserIDs() const {
+    std::set<Identifier> users = {userID};
     if (const auto event = systemEvent()) {
         if (event->subject.id) users.insert(*event->subject.id);
         if (event->actor && event->actor->id) users.insert(*event->actor->id);

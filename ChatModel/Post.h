@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "ChatModel/Identifier.h"
 #include "ChatModel/JSONValue.h"
 #include "ChatModel/MessageAttachment.h"
 #include "ChatModel/PostMetadata.h"
@@ -26,25 +27,25 @@ namespace ChatModel {
 /// Required are all keys that no remark says otherwise of. Times are milliseconds since the Unix epoch, 0 for never.
 /// What can be derived is not stored.
 struct Post {
-    std::string id;
-    std::string channelID;
-    std::string rootID;  ///< the thread's root post; empty for a post that is none's reply
-    std::string userID;
+    Identifier id;
+    Identifier channelID;
+    Identifier rootID;  ///< the thread's root post; empty for a post that is none's reply
+    Identifier userID;
     std::int64_t createAt = 0;
     std::int64_t updateAt = 0;
     std::int64_t editAt = 0;
     std::int64_t deleteAt = 0;
     bool isPinned = false;
     std::string message;
-    std::string type;           ///< empty for an ordinary post
-    JSONValue::Object props;    ///< free properties; empty where missing
-    std::string pendingPostID;  ///< the client's identifier of the local echo that this post confirms
+    std::string type;          ///< empty for an ordinary post
+    JSONValue::Object props;   ///< free properties; empty where missing
+    Identifier pendingPostID;  ///< the client's identifier of the local echo that this post confirms
     std::int64_t replyCount = 0;
     std::int64_t lastReplyAt = 0;     ///< 0 where missing
     std::optional<bool> isFollowing;  ///< whether the user follows the thread; absent where that is unknown
 
     /// Who takes part in the thread: "participant_ids", where that is missing each "id" of "participants", else nobody.
-    std::vector<std::string> participantIDs;
+    std::vector<Identifier> participantIDs;
 
     PostMetadata metadata;  ///< empty where missing
 
@@ -93,7 +94,7 @@ struct Post {
     std::optional<SystemEvent> systemEvent() const { return SystemEvent::make(*this); }
 
     /// The users whose names are needed to show the post: its author, and those of its system event.
-    std::set<std::string> referencedUserIDs() const;
+    std::set<Identifier> referencedUserIDs() const;
 
     friend bool operator==(const Post&, const Post&) = default;
 };

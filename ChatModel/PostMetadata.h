@@ -27,7 +27,7 @@ struct PostMetadata {
     ///
     /// The first five keys are required.
     struct FileInfo {
-        std::string id;
+        Identifier id;
         std::string name;
         std::string fileExtension;
         std::int64_t size = 0;  ///< bytes

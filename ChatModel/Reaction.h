@@ -5,6 +5,8 @@
 #include <functional>
 #include <string>
 
+#include "ChatModel/Identifier.h"
+
 namespace ChatModel {
 
 /// A user's emoji under a post:
@@ -13,8 +15,8 @@ namespace ChatModel {
 ///
 /// Every key is required.
 struct Reaction {
-    std::string userID;
-    std::string postID;
+    Identifier userID;
+    Identifier postID;
     std::string emojiName;
     std::int64_t createAt = 0;  ///< milliseconds since the Unix epoch
 

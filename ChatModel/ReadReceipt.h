@@ -10,6 +10,7 @@
 #include <variant>
 #include <vector>
 
+#include "ChatModel/Identifier.h"
 #include "Foundation/WireNames.h"
 
 /// Who has read a post, as an extension of the chat server tells it. `Post::supportsReadReceipts` says which posts it
@@ -46,7 +47,7 @@ struct Summary {
 ///
 /// Every key is required.
 struct Reader {
-    std::string id;
+    Identifier id;
     std::string username;
     std::string name;         ///< to be shown, as the extension formats it
     std::int64_t readAt = 0;  ///< milliseconds since the Unix epoch
@@ -73,8 +74,8 @@ struct Details {
 ///
 /// Both keys are required.
 struct ReadResult {
-    std::vector<std::string> postIDs;             ///< the posts that are now recorded as read
-    std::vector<std::string> unavailablePostIDs;  ///< the posts that the extension has no receipts for
+    std::vector<Identifier> postIDs;             ///< the posts that are now recorded as read
+    std::vector<Identifier> unavailablePostIDs;  ///< the posts that the extension has no receipts for
 
     friend bool operator==(const ReadResult&, const ReadResult&) = default;
 };

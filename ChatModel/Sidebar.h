@@ -11,6 +11,7 @@
 
 #include "ChatModel/Channel.h"
 #include "ChatModel/ChannelMember.h"
+#include "ChatModel/Identifier.h"
 #include "ChatModel/Preference.h"
 #include "ChatModel/SidebarCategory.h"
 
@@ -48,12 +49,12 @@ namespace ChatModel::Sidebar {
 
 /// Of channels with the same identifier the last one counts, and of memberships in the same channel.
 struct Input {
-    std::string currentUserID;
+    Identifier currentUserID;
     bool collapsedThreads = false;            ///< whether replies are collapsed into threads, and so do not count here
     std::vector<SidebarCategory> categories;  ///< in the order in which they are displayed
     std::vector<Channel> channels;
     std::vector<ChannelMember> members;
-    std::map<std::string, std::string, std::less<>> peerNames;  ///< display names by user identifier
+    std::map<Identifier, std::string, std::less<>> peerNames;  ///< display names by user identifier
     std::vector<Preference> preferences;
 
     friend bool operator==(const Input&, const Input&) = default;

@@ -34,7 +34,7 @@ SidebarCategory SidebarCategory::withCollapsed(bool changed) const {
     return copy;
 }
 
-SidebarCategory SidebarCategory::withChannelIDs(std::vector<std::string> changed) const {
+SidebarCategory SidebarCategory::withChannelIDs(std::vector<Identifier> changed) const {
     auto copy = *this;
     copy.channelIDs = std::move(changed);
     return copy;

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "ChatModel/Identifier.h"
 #include "Foundation/WireNames.h"
 
 namespace ChatModel {
@@ -23,18 +24,18 @@ struct SidebarCategory {
     /// `default` is a keyword, hence the underscore.
     enum class Sorting { default_, manual, recent, alphabetical };
 
-    std::string id;
-    std::string teamID;
+    Identifier id;
+    Identifier teamID;
     Kind kind = Kind::favorites;
     std::string displayName;
     Sorting sorting = Sorting::default_;
     bool muted = false;
     bool collapsed = false;
-    std::vector<std::string> channelIDs;  ///< in the order that the user gave them by hand
+    std::vector<Identifier> channelIDs;  ///< in the order that the user gave them by hand
 
     /// Copies with one member changed.
     SidebarCategory withCollapsed(bool changed) const;
-    SidebarCategory withChannelIDs(std::vector<std::string> changed) const;
+    SidebarCategory withChannelIDs(std::vector<Identifier> changed) const;
 
     friend bool operator==(const SidebarCategory&, const SidebarCategory&) = default;
 };
@@ -46,7 +47,7 @@ struct SidebarCategory {
 /// Both keys are required.
 struct OrderedSidebarCategories {
     std::vector<SidebarCategory> categories;
-    std::vector<std::string> order;  ///< the categories' identifiers, as they are to be displayed
+    std::vector<Identifier> order;  ///< the categories' identifiers, as they are to be displayed
 
     friend bool operator==(const OrderedSidebarCategories&, const OrderedSidebarCategories&) = default;
 };

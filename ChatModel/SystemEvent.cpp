@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "ChatModel/Post.h"
 #include "Foundation/Hash.h"
@@ -43,22 +44,27 @@ const Row& rowOf(Kind kind) {
 }
 
 /// The person whom the properties name; nothing without a user name.
-std::optional<Person> person(const JSONValue::Object& props, std::string_view nameKey, const std::string* id) {
+std::optional<Person> person(const JSONValue::Object& props, std::string_view nameKey, std::optional<Identifier> id) {
     const std::string* const username = findString(props, nameKey);
     if (username == nullptr || username->empty()) return std::nullopt;
-    return Person{.id = id == nullptr ? std::nullopt : std::optional(*id), .username = *username};
+    return Person{.id = std::move(id), .username = *username};
+}
+
+std::optional<Identifier> findIdentifier(const JSONValue::Object& props, std::string_view key) {
+    const std::string* const text = findString(props, key);
+    return text == nullptr ? std::nullopt : std::optional<Identifier>(*text);
 }
 
 std::optional<Person> subjectOf(const Post& post, Subject subject) {
     switch (subject) {
         case Subject::author:
-            return person(post.props, "username", &post.userID);
+            return person(post.props, "username", post.userID);
         case Subject::added:
-            return person(post.props, "addedUsername", findString(post.props, "addedUserId"));
+            return person(post.props, "addedUsername", findIdentifier(post.props, "addedUserId"));
         case Subject::removed:
             break;
     }
-    return person(post.props, "removedUsername", findString(post.props, "removedUserId"));
+    return person(post.props, "removedUsername", findIdentifier(post.props, "removedUserId"));
 }
 
 }  // namespace
@@ -71,8 +77,7 @@ std::optional<SystemEvent> SystemEvent::make(const Post& post) {
     if (!subject) return std::nullopt;
     std::optional<Person> actor;
     if (row->subject == Subject::added) {
-        const std::string* const id = findString(post.props, "userId");
-        actor = person(post.props, "username", id != nullptr ? id : &post.userID);
+        actor = person(post.props, "username", findIdentifier(post.props, "userId").value_or(post.userID));
         if (!actor) return std::nullopt;
     }
     return SystemEvent{.kind = row->kind, .subject = *std::move(subject), .actor = std::move(actor)};

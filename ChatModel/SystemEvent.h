@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "ChatModel/Identifier.h"
+
 namespace ChatModel {
 
 struct Post;
@@ -27,7 +29,7 @@ struct SystemEvent {
     };
 
     struct Person {
-        std::optional<std::string> id;  ///< the user's identifier, where the post names it
+        std::optional<Identifier> id;  ///< the user's identifier, where the post names it
         std::string username;
 
         friend bool operator==(const Person&, const Person&) = default;

@@ -5,6 +5,8 @@
 #include <functional>
 #include <string>
 
+#include "ChatModel/Identifier.h"
+
 namespace ChatModel {
 
 /// A team, which holds channels:
@@ -13,7 +15,7 @@ namespace ChatModel {
 ///
 /// Every key is required.
 struct Team {
-    std::string id;
+    Identifier id;
     std::string name;
     std::string displayName;
     std::int64_t deleteAt = 0;  ///< milliseconds since the Unix epoch; 0 for a team that is not deleted

@@ -58,7 +58,7 @@ bool continues(const Post& previous, const Post& post) {
            !previous.isSystemMessage() && !post.isSystemMessage() && !previous.isFromWebhook() && !post.isFromWebhook();
 }
 
-TimelineMessage::Delivery deliveryOf(const Post& post, const std::unordered_map<std::string, std::string>& errors) {
+TimelineMessage::Delivery deliveryOf(const Post& post, const std::unordered_map<Identifier, std::string>& errors) {
     using enum TimelineMessage::Sending;
     if (const auto error = errors.find(post.id); error != errors.end()) return TimelineMessage::Failed{error->second};
     return post.isPending() ? pending : sent;
@@ -117,7 +117,7 @@ std::vector<ReactionSummary> ReactionSummary::summarize(const std::vector<Reacti
 std::string TimelineItem::id() const {
     if (const auto* const day = std::get_if<Foundation::Date>(&content))
         return "date-" + std::to_string(static_cast<std::int64_t>(day->secondsSince1970));
-    if (const auto* const message = std::get_if<TimelineMessage>(&content)) return message->post.id;
+    if (const auto* const message = std::get_if<TimelineMessage>(&content)) return std::string(message->post.id);
     return "new-messages";
 }
 

@@ -79,15 +79,15 @@ namespace ChatModel::Timeline {
 
 /// Times are milliseconds since the Unix epoch.
 struct Input {
-    std::vector<Post> posts;                                           ///< in any order
-    std::unordered_map<std::string, std::vector<Reaction>> reactions;  ///< by the post's identifier
-    std::string currentUserID;
+    std::vector<Post> posts;                                          ///< in any order
+    std::unordered_map<Identifier, std::vector<Reaction>> reactions;  ///< by the post's identifier
+    Identifier currentUserID;
 
     /// When the user last looked at the channel; where that is absent nothing counts as unread.
     std::optional<std::int64_t> lastViewedAt;
 
     /// The texts of the errors of posts that could not be sent, by the posts' identifiers.
-    std::unordered_map<std::string, std::string> failedPostIDs;
+    std::unordered_map<Identifier, std::string> failedPostIDs;
 
     bool showsThreadFooters = false;  ///< in a channel, not within a thread
     Time::Calendar calendar;          ///< where days begin

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "ChatModel/CustomStatus.h"
+#include "ChatModel/Identifier.h"
 #include "ChatModel/NameFormat.h"
 #include "ChatModel/NotifyProps.h"
 
@@ -18,7 +19,7 @@ namespace ChatModel {
 ///
 /// The texts are required, but for the optional email.
 struct User {
-    std::string id;
+    Identifier id;
     std::string username;
     std::optional<std::string> email;
     std::string nickname;

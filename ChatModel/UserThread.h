@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "ChatModel/Identifier.h"
+
 namespace ChatModel {
 
 /// A thread as the current user sees it:
@@ -15,15 +17,15 @@ namespace ChatModel {
 ///
 /// Required are all keys that no remark says otherwise of. Times are milliseconds since the Unix epoch.
 struct UserThread {
-    std::string id;         ///< of the root post
-    std::string channelID;  ///< the one thing that counts of "post"
+    Identifier id;         ///< of the root post
+    Identifier channelID;  ///< the one thing that counts of "post"
     std::int64_t replyCount = 0;
     std::int64_t lastReplyAt = 0;
     std::int64_t lastViewedAt = 0;
     std::int64_t unreadReplies = 0;
     std::int64_t unreadMentions = 0;
-    bool isFollowing = true;                  ///< deliberately true where missing: the server lists what is followed
-    std::vector<std::string> participantIDs;  ///< empty where missing
+    bool isFollowing = true;                 ///< deliberately true where missing: the server lists what is followed
+    std::vector<Identifier> participantIDs;  ///< empty where missing
 
     friend bool operator==(const UserThread&, const UserThread&) = default;
 };

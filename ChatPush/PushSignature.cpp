@@ -52,10 +52,8 @@ using Foundation::Data;
 namespace Signing = CryptoKit::P256::Signing;
 
 std::optional<Segments> split(std::string_view token) {
-    const std::size_t first = token.find('.');
-    if (first == std::string_view::npos) return std::nullopt;
-    const std::size_t second = token.find('.', first + 1);
-    if (second == std::string_view::npos || token.find('.', second + 1) != std::string_view::npos) return std::nullopt;
+    if (std::count(token.begin(), token.end(), '.') != 2) return std::nullopt;
+    const std::size_t first = token.find('.'), second = token.rfind('.');
     return Segments{.header = token.substr(0, first),
                     .claims = token.substr(first + 1, second - first - 1),
                     .signature = token.substr(second + 1),

@@ -83,18 +83,19 @@ void NotificationCenter::presentError(Spool::Entry entry) {
     } catch (const Foundation::DecodingError& error) {
         log().error("An error that the user was to be told is not understood: ", os::Public{error.what()});
         Spool::remove(entry);
+    } catch (const CocoaError& error) {
+        log().error("An error that the user was to be told cannot be read: ", os::Public{error.what()});
     }
 }
 
-void NotificationCenter::tell(ErrorMessage error) {
+NotificationCenter::Shared NotificationCenter::kept(ErrorMessage error) {
     std::optional<Spool::Entry> entry;
     try {
         entry = spool_.add(error.file(), Spool::Kind::error);
     } catch (const CocoaError& failure) {
         log().error("An error that the user is to be told cannot be kept: ", os::Public{failure.what()});
     }
-    waiting_.push_back(std::make_shared<Item>(Item{std::move(error), std::move(entry), [] {}}));
-    presentWaiting();
+    return std::make_shared<Item>(Item{std::move(error), std::move(entry), [] {}});
 }
 
 void NotificationCenter::daemonChanged(bool isThere) {
@@ -144,18 +145,20 @@ void NotificationCenter::show(const Shared& item, const Notification& notificati
     const auto thread = item->delivery() ? conversationOf(*item->delivery()) : std::string();
     if (!thread.empty() && !daemon_.abilities().keeps)
         replaced = static_cast<std::uint32_t>(recorded([&] { return shown_->lastInThread(thread); }).value_or(0));
-    mark(*item);
     underWay_.insert(item);
     watch();
-    daemon_.show(notification, replaced, [this, item](std::optional<std::uint32_t> number, const std::string& error) {
-        hasAnswered_ = true;
-        if (underWay_.erase(item) == 0) return;
-        if (number) return shown(item, *number);
-        refused(item, error);
-    });
+    daemon_.show(
+        notification, replaced, [this, item] { mark(*item); },
+        [this, item](std::optional<std::uint32_t> number, const std::string& error) {
+            hasAnswered_ = true;
+            if (underWay_.erase(item) == 0) return;
+            if (number) return shown(item, *number);
+            refused(item, error);
+        });
 }
 
-/// A push is not to be shown twice; an error, which may hold what the user has written, rather twice than never.
+/// A push is not to be shown twice; an error, which may hold what the user has written, rather twice than never. Between
+/// the mark and the message to the server lies as little as can be: what ends the process there loses the push.
 void NotificationCenter::mark(Item& item) const {
     if (item.delivery() != nullptr) item.entry = Spool::marked(*item.entry);
 }
@@ -237,8 +240,9 @@ void NotificationCenter::chosen(std::uint32_t number, const std::string& key, co
     if (!shown) return;
     const bool isReply = key == PushPayload::replyAction;
     if (!isReply && key != Notification::openKey) return;
-    activate(isReply ? PushPayload::replyAction : openAction, shown->push, token,
-             {texts_.notOpened, texts_.clientNotStarted});
+    activate(isReply ? PushPayload::replyAction : openAction, shown->push, token, [this](bool isTaken) {
+        if (!isTaken) tell(kept({texts_.notOpened, texts_.clientNotStarted}));
+    });
 }
 
 void NotificationCenter::replied(std::uint32_t number, const std::string& text) {
@@ -246,18 +250,25 @@ void NotificationCenter::replied(std::uint32_t number, const std::string& text) 
     if (!shown) return;
     auto parameter = shown->push;
     parameter["text"] = text;
-    activate(PushPayload::replyAction, parameter, "", {texts_.replyNotSent, text});
+    // What the user has written is kept until the client has it, whatever ends meanwhile.
+    activate(PushPayload::replyAction, parameter, "", [this, item = kept({texts_.replyNotSent, text})](bool isTaken) {
+        if (!isTaken) return tell(item);
+        if (item->entry) Spool::remove(*item->entry);
+    });
+}
+
+void NotificationCenter::tell(const Shared& error) {
+    waiting_.push_back(error);
+    presentWaiting();
 }
 
 void NotificationCenter::activate(std::string_view action, const Foundation::Dictionary& parameter,
-                                  const std::string& token, ErrorMessage failure) {
+                                  const std::string& token, std::function<void(bool isTaken)> answered) {
     ++answersUnderWay_;
-    client_.activate(action, parameter, token, [this, failure = std::move(failure)](const std::string& error) {
+    client_.activate(action, parameter, token, [this, answered = std::move(answered)](const std::string& error) {
         --answersUnderWay_;
-        if (!error.empty()) {
-            log().error("The client did not take an answer: ", os::Public{error});
-            tell(failure);
-        }
+        if (!error.empty()) log().error("The client did not take an answer: ", os::Public{error});
+        answered(error.empty());
         changed_();
     });
 }
@@ -265,7 +276,8 @@ void NotificationCenter::activate(std::string_view action, const Foundation::Dic
 void NotificationCenter::tellAndRetry(const std::string& error) {
     if (!waiting_.empty() && !std::exchange(hasTold_, true))
         log().error("Notifications cannot be shown for now: ", os::Public{error});
-    isHeldBack_ = true;
+    // Where several are refused at a time, that is one failure.
+    if (std::exchange(isHeldBack_, true)) return;
     retry_ = loop_.after(std::exchange(delay_, std::min(delay_ * 2, longestDelay)), [this] {
         isHeldBack_ = false;
         presentWaiting();
@@ -291,7 +303,7 @@ void NotificationCenter::watch() {
 
 bool NotificationCenter::finishUp() {
     isFinishing_ = true;
-    return underWay_.empty();
+    return underWay_.empty() && answersUnderWay_ == 0;
 }
 
 }  // namespace Desktop

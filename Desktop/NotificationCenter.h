@@ -41,8 +41,8 @@ public:
     /// How many are still to be presented.
     std::size_t waiting() const { return waiting_.size() + underWay_.size(); }
 
-    /// Shows no more of what waits. Whether the server has answered to all that it was told; else `changed` is called when
-    /// it has.
+    /// Shows no more of what waits. Whether the server and the client have answered to all that they were told; else
+    /// `changed` is called when they have.
     bool finishUp();
 
     /// Whether the user may still answer one of those that this object has shown, or an answer is on its way.
@@ -72,13 +72,14 @@ private:
     void refused(const Shared& item, const std::string& error);
     void finish(const Shared& item);
     void closeClearedBy(const Shared& item);
-    void tell(ErrorMessage error);
+    Shared kept(ErrorMessage error);
+    void tell(const Shared& error);
     void mark(Item& item) const;
     void unmark(Item& item) const;
 
     std::optional<ShownNotification> shownWith(std::uint32_t number) const;
     void activate(std::string_view action, const Foundation::Dictionary& parameter, const std::string& token,
-                  ErrorMessage failure);
+                  std::function<void(bool isTaken)> answered);
 
     /// One line for as long as nothing can be shown; tried again ever more rarely.
     void tellAndRetry(const std::string& error);

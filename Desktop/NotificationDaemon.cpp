@@ -131,25 +131,32 @@ void NotificationDaemon::askAbilities() {
         }));
 }
 
-void NotificationDaemon::show(const Notification& notification, std::uint32_t replaced, Answer answer) {
+void NotificationDaemon::show(const Notification& notification, std::uint32_t replaced,
+                              const std::function<void()>& aboutToTell, Answer answer) {
     std::vector<std::string> actions;
     for (const auto& [key, label] : notification.actions) {
         actions.push_back(key);
         actions.push_back(label);
     }
     constexpr std::int32_t asTheServerLikes = -1, never = 0;
+    const auto replied = [this, answer](sdbus::MethodReply& reply, const sdbus::Error* error) {
+        bus_.guarded([&] {
+            if (error != nullptr) return answer(std::nullopt, error->getName());
+            std::uint32_t number = 0;
+            try {
+                reply >> number;
+            } catch (const sdbus::Error& wrongType) {
+                return answer(std::nullopt, wrongType.getName());
+            }
+            answer(number, "");
+        });
+    };
     try {
-        daemon_->callMethodAsync("Notify")
-            .onInterface(name)
-            .withTimeout(forever)
-            .withArguments(std::string("Tessel"), replaced, std::string(), notification.summary, notification.body,
-                           actions, hintsOf(notification), notification.isError ? never : asTheServerLikes)
-            .uponReplyInvoke([this, answer](const sdbus::Error* error, std::uint32_t number) {
-                bus_.guarded([&] {
-                    if (error != nullptr) return answer(std::nullopt, error->getName());
-                    answer(number, "");
-                });
-            });
+        auto call = daemon_->createMethodCall(name, "Notify");
+        call << std::string("Tessel") << replaced << std::string() << notification.summary << notification.body
+             << actions << hintsOf(notification) << (notification.isError ? never : asTheServerLikes);
+        aboutToTell();
+        daemon_->callMethod(call, replied, forever);
     } catch (const sdbus::Error& error) {
         answer(std::nullopt, error.getName());  // it cannot be sent, which is for this one alone
     }

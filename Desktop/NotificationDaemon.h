@@ -43,9 +43,10 @@ public:
     Identity identity() const { return busID_ + ' ' + owner_; }
 
     /// Shows a notification, in place of another one where `replaced` is none of 0. Answers with its number, or with
-    /// the name of an error.
+    /// the name of an error. `aboutToTell` is called immediately before the server is told.
     using Answer = std::function<void(std::optional<std::uint32_t> number, const std::string& error)>;
-    void show(const Notification& notification, std::uint32_t replaced, Answer answer);
+    void show(const Notification& notification, std::uint32_t replaced, const std::function<void()>& aboutToTell,
+              Answer answer);
 
     /// Closes one. One that the user has closed meanwhile is an error to some servers, and closed to `answered`.
     void close(std::uint32_t notification, std::function<void()> answered);

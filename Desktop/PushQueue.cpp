@@ -42,6 +42,8 @@ void PushQueue::add(const Spool::Entry& entry) {
     } catch (const Foundation::DecodingError& error) {
         log().error("What came is no push: ", os::Public{error.what()});
         return Spool::remove(entry);
+    } catch (const Foundation::CocoaError& error) {
+        return log().error("A push cannot be read: ", os::Public{error.what()});
     }
     auto& entries = channels_[channel].entries;
     entries.push_back(entry);

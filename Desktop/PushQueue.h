@@ -23,7 +23,8 @@ public:
     PushQueue(EventLoop& loop, NotificationCenter& center, std::filesystem::path extension,
               std::function<void()> changed);
 
-    /// Takes a push of the spool. One that is no JSON object is removed, with a line in the log.
+    /// Takes a push of the spool. One that is no JSON object is removed, and one that cannot be read is left, with a line
+    /// in the log.
     void add(const Spool::Entry& entry);
 
     bool isEmpty() const { return channels_.empty(); }

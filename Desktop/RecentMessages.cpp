@@ -7,19 +7,20 @@
 
 #include <glib.h>
 
+#include "Desktop/Log.h"
 #include "Foundation/Files.h"
 #include "Foundation/JSONCoding.h"
 
 namespace {
 
 struct File {
-    std::vector<std::string> digests;
+    std::vector<std::string> keys;
 };
 
 }  // namespace
 
 template <>
-constexpr auto Foundation::fields<File> = std::tuple{required("digests", &File::digests)};
+constexpr auto Foundation::fields<File> = std::tuple{required("keys", &File::keys)};
 
 namespace Desktop {
 
@@ -29,7 +30,20 @@ namespace {
 
 constexpr std::size_t most = 256;
 
-std::string digestOf(const std::string& identifier, const Foundation::Data& message) {
+}  // namespace
+
+RecentMessages::RecentMessages(std::filesystem::path file) : file_(std::move(file)) {
+    try {
+        keys_ = Foundation::decodeJSON<File>(Foundation::textView(Foundation::Files::read(file_))).keys;
+    } catch (const CocoaError& error) {
+        if (error.code() == CocoaError::Code::fileReadNoSuchFile) return;
+        log().error("Which messages were taken is not known any more: ", os::Public{error.what()});
+    } catch (const Foundation::DecodingError&) {
+        // What they were is not known any more.
+    }
+}
+
+std::string RecentMessages::keyOf(const std::string& identifier, const Foundation::Data& message) {
     const std::unique_ptr<GChecksum, decltype(&g_checksum_free)> sum(g_checksum_new(G_CHECKSUM_SHA256),
                                                                      &g_checksum_free);
     const auto add = [&](const void* bytes, std::size_t size) {
@@ -40,26 +54,20 @@ std::string digestOf(const std::string& identifier, const Foundation::Data& mess
     return g_checksum_get_string(sum.get());
 }
 
-}  // namespace
-
-RecentMessages::RecentMessages(std::filesystem::path file) : file_(std::move(file)) {
-    try {
-        digests_ = Foundation::decodeJSON<File>(Foundation::textView(Foundation::Files::read(file_))).digests;
-    } catch (const CocoaError& error) {
-        if (error.code() != CocoaError::Code::fileReadNoSuchFile) throw;
-    } catch (const Foundation::DecodingError&) {
-        // What they were is not known any more.
-    }
+bool RecentMessages::contain(const std::string& key) const {
+    return std::find(keys_.begin(), keys_.end(), key) != keys_.end();
 }
 
-bool RecentMessages::contain(const std::string& identifier, const Foundation::Data& message) const {
-    return std::find(digests_.begin(), digests_.end(), digestOf(identifier, message)) != digests_.end();
+void RecentMessages::add(const std::string& key) {
+    keys_.push_back(key);
+    if (keys_.size() > most) keys_.erase(keys_.begin());
+    isSaved_ = false;
 }
 
-void RecentMessages::add(const std::string& identifier, const Foundation::Data& message) {
-    digests_.push_back(digestOf(identifier, message));
-    if (digests_.size() > most) digests_.erase(digests_.begin());
-    Foundation::Files::AtomicWrite(file_, Foundation::bytes(Foundation::encodeJSON(File{digests_}))).commit();
+void RecentMessages::save() {
+    if (isSaved_) return;
+    Foundation::Files::AtomicWrite(file_, Foundation::bytes(Foundation::encodeJSON(File{keys_}))).commit();
+    isSaved_ = true;
 }
 
 }  // namespace Desktop

@@ -68,7 +68,11 @@ void Service::run() {
         save();
     });
     spool_.adopt();
-    for (const auto& entry : spool_.entries())
+    const auto entries = spool_.entries();
+    for (const auto& entry : entries)
+        if (const auto key = Spool::keyOf(entry); !key.empty() && !recent_.contain(key)) recent_.add(key);
+    remember();
+    for (const auto& entry : entries)
         Spool::kindOf(entry) == Spool::Kind::error ? center_.presentError(entry) : queue_.add(entry);
     restartIdleTime();
     loop_.run();
@@ -85,23 +89,26 @@ bool Service::isOurs(const std::string& token) {
 void Service::received(const std::string& token, const Foundation::Data& message,
                        const std::optional<std::string>& identifier) {
     if (!isOurs(token)) return;
-    if (identifier && recent_.contain(*identifier, message))
+    const auto key = identifier ? RecentMessages::keyOf(*identifier, message) : "";
+    if (!key.empty() && recent_.contain(key))
         return log().log("The push distributor sent a message once more; it is not shown again");
-    arrived_.push_back(spool_.add(message));
-    if (identifier) remember(*identifier, message);
-    arrival_ = loop_.after({}, [this] { takeArrived(); });
+    arrived_.push_back(spool_.add(message, Spool::Kind::push, key));
+    if (!key.empty()) recent_.add(key);
+    // Under a stream of messages the first one's turn must come.
+    if (arrived_.size() == 1) arrival_ = loop_.after({}, [this] { takeArrived(); });
 }
 
-/// The message is safe by now; should it come again, it would be shown again.
-void Service::remember(const std::string& identifier, const Foundation::Data& message) {
+/// To be called before anything that is new leaves the spool, which knows it until then.
+void Service::remember() {
     try {
-        recent_.add(identifier, message);
+        recent_.save();
     } catch (const Foundation::CocoaError& error) {
         log().error("The messages that were taken cannot be kept in mind: ", os::Public{error.what()});
     }
 }
 
 void Service::takeArrived() {
+    remember();
     for (auto arrived = std::exchange(arrived_, {}); const auto& entry : arrived)
         queue_.add(entry);
     restartIdleTime();

@@ -37,7 +37,7 @@ private:
     void unregistered(const std::string& token) override;
 
     bool isOurs(const std::string& token);
-    void remember(const std::string& identifier, const Foundation::Data& message);
+    void remember();
     void takeArrived();
     void save() const;
     void finishUp();

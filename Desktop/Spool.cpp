@@ -24,11 +24,12 @@ namespace {
 constexpr const char* waiting = ".json";
 constexpr const char* error = ".error";
 constexpr const char* beingShown = ".showing";
+constexpr char beforeKey = '-';
 
-/// The directory, locked; none where another process has locked it, or has removed it.
+/// The directory, locked; none where another process has locked it, or has removed it, and where it is none.
 std::optional<Descriptor> locked(const std::filesystem::path& directory) {
     Descriptor descriptor(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!descriptor.isOpen() && errno == ENOENT) return std::nullopt;
+    if (!descriptor.isOpen() && (errno == ENOENT || errno == ENOTDIR)) return std::nullopt;
     if (!descriptor.isOpen()) throw CocoaError(CocoaError::Operation::read, errno, directory);
     struct stat status {};
     const bool isLocked = ::flock(descriptor.number(), LOCK_EX | LOCK_NB) == 0;
@@ -64,16 +65,23 @@ Spool::Kind Spool::kindOf(const Entry& entry) {
     return entry.extension() == error ? Kind::error : Kind::push;
 }
 
-Spool::Entry Spool::add(const Foundation::Data& content, Kind kind) {
+Spool::Entry Spool::add(const Foundation::Data& content, Kind kind, const std::string& key) {
     using namespace std::chrono;
     // Names sort as the pushes came, and one that comes in the same moment, or after the clock was set back, behind.
     const auto now = duration_cast<nanoseconds>(system_clock::now().time_since_epoch()).count();
     last_ = std::max(last_ + 1, static_cast<std::uint64_t>(now));
-    std::array<char, 32> name{};
-    std::snprintf(name.data(), name.size(), "%020ju", static_cast<std::uintmax_t>(last_));
-    Entry entry = path_ / (name.data() + std::string(kind == Kind::error ? error : waiting));
+    std::array<char, 32> number{};
+    std::snprintf(number.data(), number.size(), "%020ju", static_cast<std::uintmax_t>(last_));
+    const std::string name = number.data() + (key.empty() ? "" : beforeKey + key);
+    Entry entry = path_ / (name + (kind == Kind::error ? error : waiting));
     Files::AtomicWrite(entry, content).commit();
     return entry;
+}
+
+std::string Spool::keyOf(const Entry& entry) {
+    const std::string name = entry.stem();
+    const auto end = name.find(beforeKey);
+    return end == name.npos ? "" : name.substr(end + 1);
 }
 
 std::vector<Spool::Entry> Spool::entries() {
@@ -95,14 +103,19 @@ std::vector<Spool::Entry> Spool::entries() {
 }
 
 void Spool::adopt() {
-    for (const auto& name : Files::names(directory_)) {
-        const auto other = directory_ / name;
-        if (other == path_ || !std::filesystem::is_directory(other)) continue;
+    for (const auto& name : Files::names(directory_))
+        if (const auto other = directory_ / name; other != path_) adopt(other);
+}
+
+void Spool::adopt(const std::filesystem::path& other) const {
+    try {
         const auto lock = locked(other);
-        if (!lock) continue;
+        if (!lock) return;
         for (const auto& entry : Files::names(other))
             if (!Files::exists(path_ / entry)) moveFile(other / entry, path_ / entry);
         removeEmpty(other);
+    } catch (const CocoaError& failure) {
+        log().error("What another process has left to be shown cannot be had: ", os::Public{failure.what()});
     }
 }
 

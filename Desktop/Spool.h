@@ -23,14 +23,18 @@ public:
     /// it.
     Spool(const std::filesystem::path& directory, const std::string& name);
 
-    /// Keeps it: once this has returned, it outlives the process and the machine.
-    Entry add(const Foundation::Data& content, Kind kind = Kind::push);
+    /// Keeps it: once this has returned, it outlives the process and the machine. So does the key, of letters and digits,
+    /// which the caller may give it.
+    Entry add(const Foundation::Data& content, Kind kind = Kind::push, const std::string& key = "");
+    /// Empty where it was given none.
+    static std::string keyOf(const Entry& entry);
 
     /// All, in the order in which they came. Those that were being shown when a process ended are removed: whether they
     /// were seen nobody knows, and none is to be shown twice.
     std::vector<Entry> entries();
 
-    /// Takes over what is in the directory's other spools that no process has any more.
+    /// Takes over what is in the directory's other spools that no process has any more. One that cannot be read is left,
+    /// with a line in the log.
     void adopt();
 
     static void remove(const Entry& entry);
@@ -43,6 +47,8 @@ public:
     static Entry unmarked(const Entry& entry);
 
 private:
+    void adopt(const std::filesystem::path& other) const;
+
     std::filesystem::path directory_, path_;
     Foundation::Descriptor lock_;
     std::uint64_t last_ = 0;

@@ -1,44 +1,15 @@
 #include <cstddef>
-#include <cstdlib>
 #include <iostream>
-#include <new>
 #include <string>
 #include <vector>
-
-#include <malloc.h>
 
 #include "ChatModel/Post.h"
 #include "ChatModel/ServerJSON.h"
 #include "Page.h"
+#include "Support/Allocations.h"
 #include "Support/Figures.h"
 
-// What a page of posts takes of the heap. A program of its own: the counting would cost those that measure time.
-
-namespace {
-
-/// Since the program began; it has one thread.
-std::size_t bytesHeld = 0;
-std::size_t allocationCount = 0;
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    void* const memory = std::malloc(size);
-    if (memory == nullptr) throw std::bad_alloc();
-    // More than was asked for, which is what the process pays.
-    bytesHeld += ::malloc_usable_size(memory);
-    ++allocationCount;
-    return memory;
-}
-
-void operator delete(void* memory) noexcept {
-    bytesHeld -= ::malloc_usable_size(memory);
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept {
-    operator delete(memory);
-}
+// What a page of posts takes of the heap.
 
 namespace {
 
@@ -47,12 +18,21 @@ using ChatModel::Post;
 std::vector<Post> measureMemory(const std::string& page) {
     // The first time the reader makes what it keeps for the next one.
     (void)ChatModel::ServerJSON<Post>::decodeList(page);
-    const std::size_t before = bytesHeld;
+    const auto before = Allocations::count();
     auto posts = ChatModel::ServerJSON<Post>::decodeList(page);
-    Figures::print({"1,000 decoded posts in memory", static_cast<double>(bytesHeld - before) / 1024, "their JSON",
-                    static_cast<double>(page.size()) / 1024, "KiB", 2.0});
-    std::cerr << "a post: " << page.size() / posts.size() << " bytes of JSON, " << (bytesHeld - before) / posts.size()
-              << " in memory, " << sizeof(Post) << " of them without what its members hold\n";
+    const auto after = Allocations::count();
+    const std::size_t held = after.held - before.held;
+    Figures::print({"1,000 decoded posts in memory",
+                    static_cast<double>(held) / 1024,
+                    "their JSON",
+                    static_cast<double>(page.size()) / 1024,
+                    "KiB",
+                    2.0,
+                    {}});
+    std::cerr << "a post: " << page.size() / posts.size() << " bytes of JSON, "
+              << static_cast<double>(after.number - before.number) / static_cast<double>(posts.size())
+              << " allocations, " << held / posts.size() << " bytes in memory, " << sizeof(Post)
+              << " of them without what its members hold\n";
     return posts;
 }
 
@@ -65,18 +45,23 @@ int deriveFacts(const Post& post, std::string_view reader) {
 }
 
 bool measureDerivedFacts(const std::vector<Post>& posts) {
-    const std::string reader = posts.front().userID;
+    const auto reader = posts.front().userID;
     std::size_t ordinary = 0;
     std::size_t allocations = 0;
     for (const auto& post : posts) {
-        const std::size_t before = allocationCount;
+        const std::size_t before = Allocations::count().number;
         if (deriveFacts(post, reader) > 0) continue;
         ++ordinary;
-        allocations += allocationCount - before;
+        allocations += Allocations::count().number - before;
     }
     if (ordinary < posts.size() / 2) return false;
-    Figures::print(
-        {"derived facts of posts that have none", static_cast<double>(allocations), "limit", 0, "allocations", 1.0});
+    Figures::print({"derived facts of posts that have none",
+                    static_cast<double>(allocations),
+                    "limit",
+                    0,
+                    "allocations",
+                    1.0,
+                    {}});
     return true;
 }
 

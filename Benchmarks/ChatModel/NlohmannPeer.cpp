@@ -41,6 +41,10 @@ void readDefaulted(const json& object, const char* key, Value& target) {
 
 }  // namespace
 
+static void from_json(const json& value, Identifier& target) {
+    target = value.get_ref<const std::string&>();
+}
+
 static void from_json(const json& value, JSONValue& target) {
     switch (value.type()) {
         case json::value_t::boolean:

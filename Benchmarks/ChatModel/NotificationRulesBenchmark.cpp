@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <iostream>
 #include <memory>
 #include <random>
@@ -145,6 +146,11 @@ int main(int argc, char** argv) {
     silenced.post.userID = user.id;
     const auto keys = mentionKeys(user);
     const auto [text, manyKeys] = babble();
+    const auto german = [&](std::size_t kilobytes) {
+        return beside("a user's keys in " + std::to_string(kilobytes) + " KB of German", keys,
+                      {repeated("Schöne Grüße aus dem Süden, bis später mal über die Brücke. ", kilobytes * 1'000)});
+    };
+    const std::array<Comparison, 3> germanTexts = {german(10), german(100), german(1'000)};
     return compare(
         argc, argv,
         {deciding("deciding about a post that notifies", situation(Channel::Kind::open), 2),
@@ -152,8 +158,7 @@ int main(int argc, char** argv) {
          deciding("deciding by a group's text", situation(Channel::Kind::group), 2),
          beside("a user's keys in 1,000 messages", keys, messages()),
          beside("1,000 keys in 100 KB that is much like them", manyKeys, {text}),
-         beside("a user's keys in 100 KB of one near-match", keys, {repeated("@bo ", 100'000)}),
-         beside("a user's keys in 100 KB of German", keys,
-                {repeated("Schöne Grüße aus dem Süden, bis später mal über die Brücke. ", 100'000)}),
-         beside("a user's keys in 100 KB of Russian", keys, {repeated("привет, как дела сегодня у всех? ", 100'000)})});
+         beside("a user's keys in 100 KB of one near-match", keys, {repeated("@bo ", 100'000)}), germanTexts[1],
+         beside("a user's keys in 100 KB of Russian", keys, {repeated("привет, как дела сегодня у всех? ", 100'000)})},
+        {{"a user's keys in 10 KB to 1 MB", "RE2", germanTexts, 1.15}});
 }

@@ -12,6 +12,7 @@
 namespace {
 
 using ChatModel::CustomEmoji;
+using ChatModel::Identifier;
 using ChatModel::JSONValue;
 using ChatModel::Post;
 using ChatModel::PostMetadata;
@@ -41,6 +42,10 @@ std::string_view text(const Value& value) {
 
 void read(const Value& value, std::string& target) {
     target.assign(text(value));
+}
+
+void read(const Value& value, Identifier& target) {
+    target = text(value);
 }
 
 void read(const Value& value, bool& target) {
@@ -211,7 +216,7 @@ void read(const Value& value, PostMetadata& metadata) {
     readDefaulted(object, "emojis", metadata.emojis);
 }
 
-void readParticipants(const Value& object, std::vector<std::string>& ids) {
+void readParticipants(const Value& object, std::vector<Identifier>& ids) {
     const Value* const list = find(object, "participant_ids");
     if (list != nullptr && !list->IsNull()) return read(*list, ids);
     const Value* const users = find(object, "participants");

@@ -52,7 +52,7 @@ Input inputOf(std::size_t count) {
         if (i % 4 == 3) {
             const std::string peer = identifier();
             channel.kind = Channel::Kind::direct;
-            channel.name = input.currentUserID + "__" + peer;
+            channel.name = std::string(input.currentUserID) + "__" + peer;
             input.peerNames[peer] = title;
             input.preferences.push_back({"direct_channel_show", peer, i % 20 == 19 ? "false" : "true"});
         } else {
@@ -114,8 +114,9 @@ public:
 
 private:
     Input input_;
-    Input rest_;                                                       ///< all but channels and memberships
-    std::unordered_map<std::string, std::size_t> channels_, members_;  ///< where each stood, by its identifier
+    Input rest_;  ///< all but channels and memberships
+    std::unordered_map<ChatModel::Identifier, std::size_t> channels_,
+        members_;  ///< where each stood, by its identifier
 };
 
 /// The titles in the order of their sort keys.
@@ -167,7 +168,8 @@ Comparison sidebarOf(std::size_t count, const std::string& what) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    return compare(
-        argc, argv,
-        {sidebarOf(100, "100 channels"), sidebarOf(1'000, "1,000 channels"), sidebarOf(10'000, "10,000 channels")});
+    const std::array<Comparison, 3> sidebars = {sidebarOf(100, "100 channels"), sidebarOf(1'000, "1,000 channels"),
+                                                sidebarOf(10'000, "10,000 channels")};
+    return compare(argc, argv, {sidebars.begin(), sidebars.end()},
+                   {{"the sidebar of 100 to 10,000 channels", "sort keys of the titles", sidebars, 1.15}});
 }

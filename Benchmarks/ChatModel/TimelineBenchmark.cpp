@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -120,7 +121,11 @@ int main(int argc, char** argv) {
     std::string repetitions = "--benchmark_repetitions=40";
     std::vector<char*> arguments = {argv[0], repetitions.data()};
     arguments.insert(arguments.end(), argv + 1, argv + argc);
-    return compare(static_cast<int>(arguments.size()), arguments.data(),
-                   {timeline("1,000 posts", newest(1'000)), timeline("10,000 posts", newest(10'000)),
-                    timeline("100,000 posts", posts), timeline("1,000 posts, one a day", spaced(newest(1'000), day))});
+    const std::array<Comparison, 3> timelines = {timeline("1,000 posts", newest(1'000)),
+                                                 timeline("10,000 posts", newest(10'000)),
+                                                 timeline("100,000 posts", posts)};
+    std::vector<Comparison> comparisons(timelines.begin(), timelines.end());
+    comparisons.push_back(timeline("1,000 posts, one a day", spaced(newest(1'000), day)));
+    return compare(static_cast<int>(arguments.size()), arguments.data(), comparisons,
+                   {{"the timeline of 1,000 to 100,000 posts", "std::stable_sort", timelines, 1.15}});
 }

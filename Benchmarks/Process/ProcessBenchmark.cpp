@@ -23,24 +23,24 @@
 
 namespace {
 
-using Figures::median;
-
 constexpr int pairs = 60;
 constexpr int warmUp = 5;
 
 const std::string extension = TESSEL_EXTENSION;
 
-/// The two times of each pair of runs.
+/// A figure of each pair of runs.
 struct Pairs {
     std::vector<double> figures;
     std::vector<double> peers;
 
-    void print(const std::string& what, const std::string& peerName, std::optional<double> atMost) const {
-        std::vector<double> ratios;
-        for (std::size_t i = 0; i < figures.size(); ++i)
-            ratios.push_back(figures[i] / peers[i]);
-        std::cerr << what << ": the median of " << ratios.size() << " pairs' ratios is " << median(ratios) << '\n';
-        Figures::print({what, median(figures), peerName, median(peers), "ms", atMost});
+    void add(double figure, double peer) {
+        figures.push_back(figure);
+        peers.push_back(peer);
+    }
+
+    void print(const std::string& what, const std::string& peerName, const std::string& unit,
+               std::optional<double> atMost) const {
+        Figures::print(Figures::ofRuns(what, figures, peerName, peers, unit, atMost));
     }
 };
 
@@ -76,19 +76,20 @@ Taken fetchBoth(const SignedIn& session) {
                openForReading("/dev/null"), [](std::string_view) {});
 }
 
-void measureTime(const SignedIn& session, const std::string& pushFile) {
+void measureOne(const SignedIn& session, const std::string& pushFile) {
     Pairs untilDelivery;
     Pairs untilExit;
+    Pairs resident;
     alternate([&] { return deliverOne(pushFile); }, [&] { return fetchBoth(session); },
               [&](const Taken& ours, const Taken& curls) {
-                  untilDelivery.figures.push_back(ours.untilFirstLine.value());
-                  untilDelivery.peers.push_back(curls.untilExit);
-                  untilExit.figures.push_back(ours.untilExit);
-                  untilExit.peers.push_back(curls.untilExit);
+                  untilDelivery.add(ours.untilFirstLine.value(), curls.untilExit);
+                  untilExit.add(ours.untilExit, curls.untilExit);
+                  resident.add(ours.resident, curls.resident);
               });
     const char* const peer = "curl fetches the same two addresses, start to end";
-    untilDelivery.print("the process, start to delivery", peer, 1.3);
-    untilExit.print("the process, start to end", peer, 1.3);
+    untilDelivery.print("the process, start to delivery", peer, "ms", 1.3);
+    untilExit.print("the process, start to end", peer, "ms", {});
+    resident.print("the process, all that is resident at its peak", "curl, the same", "MiB", 1.5);
 }
 
 /// How much the Secret Service takes more than the embedded store, on a private bus with a keyring of its own.
@@ -101,21 +102,13 @@ void measureSecretService(const SignedIn& session, const std::string& pushFile) 
         useEmbedded(fromEmbedded);
         return deliverOne(pushFile);
     };
-    try {
-        const PrivateSession bus(session.directory() / "session", PrivateSession::Keyring::unlocked);
-        useEmbedded(false);
-        session.storeToken();
-        Pairs untilExit;
-        alternate([&] { return deliver(false); }, [&] { return deliver(true); },
-                  [&](const Taken& serviced, const Taken& plain) {
-                      untilExit.figures.push_back(serviced.untilExit);
-                      untilExit.peers.push_back(plain.untilExit);
-                  });
-        untilExit.print("the process with the Secret Service", "with the embedded store", {});
-    } catch (const std::exception& error) {
-        std::cerr << "not measured: the process with the Secret Service: " << error.what() << '\n';
-    }
-    useEmbedded(true);
+    const PrivateSession bus(session.directory() / "session", PrivateSession::Keyring::unlocked);
+    useEmbedded(false);
+    session.storeToken();
+    Pairs untilExit;
+    alternate([&] { return deliver(false); }, [&] { return deliver(true); },
+              [&](const Taken& serviced, const Taken& plain) { untilExit.add(serviced.untilExit, plain.untilExit); });
+    untilExit.print("the process with the Secret Service, start to end", "with the embedded store", "ms", {});
 }
 
 void printMemory(const std::string& what, const Taken& taken, double limit) {
@@ -124,8 +117,8 @@ void printMemory(const std::string& what, const Taken& taken, double limit) {
     ::getrusage(RUSAGE_SELF, &own);
     if (taken.resident <= static_cast<double>(own.ru_maxrss) / 1024)
         throw std::runtime_error("the size is this program's own");
-    Figures::print({what + ", all that is resident", taken.resident, "limit", limit, "MiB", 1.0});
-    Figures::print({what + ", its own pages alone", taken.own, "limit", limit, "MiB", 1.0});
+    Figures::print({what + ", all that is resident", taken.resident, "limit", limit, "MiB", 1.0, {}});
+    Figures::print({what + ", its own pages alone", taken.own, "limit", limit, "MiB", 1.0, {}});
     std::cerr << what << ": at most " << taken.own << " MiB of its own pages (RssAnon + RssShmem), " << taken.ofFiles
               << " of files, most of them libraries' (RssFile), " << taken.resident << " in all (ru_maxrss)\n";
 }
@@ -174,7 +167,7 @@ int main() {
         measureMemoryOfOne(session);
         const auto pushFile = session.directory() / "push";
         Support::writeFile(pushFile, session.push("1") + '\n');
-        measureTime(session, pushFile);
+        measureOne(session, pushFile);
         measureMemoryOfMany(session);
         measureSecretService(session, pushFile);
     } catch (const std::exception& error) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <functional>
 #include <string>
 #include <utility>
@@ -26,9 +27,18 @@ struct Comparison {
     double limitInMicroseconds = 0;  ///< where there is no peer
 };
 
+/// How the time of an operation grows with its input, and the peer's with the same: 1 where the time is proportional to
+/// the size, 2 where it is to its square. It is the slope of the line through the logarithms of size and time.
+struct Growth {
+    std::string what;
+    std::string peerName;
+    std::array<Comparison, 3> sizes;  ///< each ten times the one before; what they reach single is not asked here
+    double atMost;                    ///< what the operation's exponent : the peer's is to reach
+};
+
 /// A benchmark program: runs each operation and its peer many times over, in an order that chance decides, so that a
 /// machine that becomes faster or slower meanwhile does so for both. Compared are the medians of the time that passed.
 /// Prints a row for each comparison to standard output, and the single figures to standard error. The arguments are
 /// those of Google Benchmark. Returns the exit status: 1 where something could not be measured, 2 for arguments that
 /// are wrong.
-int compare(int argc, char** argv, const std::vector<Comparison>& comparisons);
+int compare(int argc, char** argv, const std::vector<Comparison>& comparisons, const std::vector<Growth>& growths = {});

@@ -10,7 +10,7 @@ using Fuzzing::check;
 
 namespace {
 
-using Identifiers = std::vector<std::string>;
+using Identifiers = std::vector<Identifier>;
 
 Identifiers identifiers(const std::vector<const SidebarChannel*>& channels) {
     Identifiers ids;
@@ -21,8 +21,8 @@ Identifiers identifiers(const std::vector<const SidebarChannel*>& channels) {
 
 /// Whether the rows are the listed channels that there are, in the category's order where that is by hand.
 void checkRows(const SidebarSection& section, const Sidebar::Input& input) {
-    std::map<std::string, const Channel*> channels;
-    std::map<std::string, const ChannelMember*> members;
+    std::map<Identifier, const Channel*> channels;
+    std::map<Identifier, const ChannelMember*> members;
     for (const auto& channel : input.channels)
         channels[channel.id] = &channel;
     for (const auto& member : input.members)
@@ -66,7 +66,7 @@ void checkVisible(const SidebarSection& section, std::optional<std::string_view>
 }
 
 bool isInSeveral(const std::vector<SidebarSection>& sections) {
-    std::map<std::string, const SidebarSection*> of;
+    std::map<Identifier, const SidebarSection*> of;
     for (const auto& section : sections)
         for (const auto& row : section.channels)
             if (of.try_emplace(row.channel.id, &section).first->second != &section) return true;

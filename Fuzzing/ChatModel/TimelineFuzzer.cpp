@@ -11,7 +11,7 @@ using Fuzzing::check;
 namespace {
 
 void checkReactions(const std::vector<ReactionSummary>& summaries, const std::vector<Reaction>& reactions,
-                    const std::string& user) {
+                    std::string_view user) {
     std::map<std::string, std::pair<std::int64_t, bool>> expected;
     for (const auto& reaction : reactions) {
         auto& [count, isOwn] = expected[reaction.emojiName];

@@ -1,6 +1,7 @@
 #include "Bundle/Bundle.h"
 
 #include <cstdlib>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -30,6 +31,7 @@ Dictionary convertedDictionary(plist_t node) {
         plist_dict_next_item(node, iterator, &key, &value);
         if (value == nullptr) break;
         const Text owned(key);
+        if (key == nullptr) throw std::bad_alloc();
         dictionary.insert_or_assign(key, converted(value));
     }
     std::free(iterator);

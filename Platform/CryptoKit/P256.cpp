@@ -37,7 +37,7 @@ struct CleanErrors {
 };
 
 /// A key that has the curve and nothing else: copying its parameters is far cheaper than naming the curve anew.
-/// Null where OpenSSL has no such curve; no key is then one of it.
+/// Throws `CryptoKitError` where OpenSSL has no such curve, or no memory: then it is tried anew by the next.
 const EVP_PKEY* curve() {
     static const EVP_PKEY* const key = [] {
         EVP_PKEY* made = nullptr;
@@ -47,13 +47,18 @@ const EVP_PKEY* curve() {
         const ContextPointer context(EVP_PKEY_CTX_new_from_name(nullptr, "EC", nullptr));
         if (context && EVP_PKEY_fromdata_init(context.get()) == 1)
             EVP_PKEY_fromdata(context.get(), &made, EVP_PKEY_KEY_PARAMETERS, parameters);
+        if (made == nullptr) throw CryptoKitError();
         return made;
     }();
     return key;
 }
 
 const EVP_MD* sha256() {
-    static const EVP_MD* const digest = EVP_MD_fetch(nullptr, "SHA256", nullptr);
+    static const EVP_MD* const digest = [] {
+        EVP_MD* const fetched = EVP_MD_fetch(nullptr, "SHA256", nullptr);
+        if (fetched == nullptr) throw std::bad_alloc();
+        return fetched;
+    }();
     return digest;
 }
 
@@ -65,7 +70,7 @@ KeyPointer keyFrom(const Foundation::Data& derRepresentation) {
         throw CryptoKitError();
     KeyPointer key(EVP_PKEY_new());
     if (!key) throw std::bad_alloc();
-    if (curve() == nullptr || EVP_PKEY_copy_parameters(key.get(), curve()) != 1 ||
+    if (EVP_PKEY_copy_parameters(key.get(), curve()) != 1 ||
         EVP_PKEY_set1_encoded_public_key(key.get(), derRepresentation.data() + prefix.size(), pointLength) != 1)
         throw CryptoKitError();
     return key;

@@ -41,23 +41,25 @@ public:
     bool receive(Push push);
     void expire();
     bool finish(std::chrono::milliseconds bound);
-    void watchTime();
     void stop();
     void donate(const INInteraction& interaction);
 
 private:
+    struct Request;
+    using RequestPointer = std::shared_ptr<Request>;
+    using Timetable = std::map<std::pair<Clock::time_point, std::size_t>, RequestPointer>;  // by time and index
+
     struct Request {
         std::size_t index = 0;
         UNNotificationContent content;
-        Clock::time_point received;
-        Clock::time_point nextStep;  ///< its place in the timetable
+        Clock::time_point received = Clock::now();  ///< by the extension
+        Clock::time_point nextStep;                 ///< when it is its turn in the timetable
+        Timetable::node_type entry;                 ///< while it is not there: to come back takes no memory
         bool wasAnnounced = false;
         bool wasDelivered = false;
         std::shared_ptr<Service> service;
     };
-    using RequestPointer = std::shared_ptr<Request>;
-    using Timetable = std::map<std::pair<Clock::time_point, std::size_t>, RequestPointer>;  // by time and index
-
+    void watchTime();
     std::shared_ptr<Service> makeService();
     void start(const RequestPointer& request);
     void schedule(const RequestPointer& request, Clock::time_point when);
@@ -81,12 +83,16 @@ private:
     bool stopped_ = false;
 
     std::mutex deliveryMutex_;  ///< one delivery at a time
+    std::thread clock_;
 };
 
 bool Host::Core::receive(Push push) {
     auto request = std::make_shared<Request>();
     request->index = push.index;
     request->content = UNNotificationContent(contentOfPush(std::move(push.payload)));
+    Timetable entries;
+    entries.try_emplace({}, nullptr);
+    request->entry = entries.extract(entries.begin());
     {
         std::unique_lock lock(mutex_);
         if (lateTasks() >= maximumLateTasks) {
@@ -108,9 +114,10 @@ void Host::Core::expire() {
     isTimeOver_ = true;
     const auto now = Clock::now();
     Timetable earlier;
-    for (const auto& [place, request] : timetable_) {
-        if (!request->wasAnnounced) request->nextStep = now;
-        earlier.emplace(std::pair(request->nextStep, request->index), request);
+    while (!timetable_.empty()) {
+        auto entry = timetable_.extract(timetable_.begin());
+        if (!entry.mapped()->wasAnnounced) entry.key().first = entry.mapped()->nextStep = now;
+        earlier.insert(std::move(entry));
     }
     timetable_.swap(earlier);
     timetableChanged_.notify_one();
@@ -133,10 +140,10 @@ std::shared_ptr<Host::Service> Host::Core::makeService() {
 }
 
 void Host::Core::start(const RequestPointer& request) {
-    request->service = makeService();
-    const auto service = request->service;
-    request->received = Clock::now();
     try {
+        if (!clock_.joinable()) clock_ = std::thread([this] { watchTime(); });
+        const auto service = request->service = makeService();
+        request->received = Clock::now();
         service->didReceive({.identifier = std::to_string(request->index), .content = request->content},
                             [core = shared_from_this(), request](UNNotificationContent content) {
                                 const bool announced = announcingTo == request.get();
@@ -144,8 +151,8 @@ void Host::Core::start(const RequestPointer& request) {
                                               std::move(content));
                             });
     } catch (const std::exception& error) {
-        logger().error("The extension did not take a request: ", os::Private{error.what()});
         deliver(request, Delivery::none, request->content);
+        logger().error("The extension did not take a request: ", os::Private{error.what()});
     }
     // Only now: an end of time that came before the request itself would find nothing to hand over.
     const auto limit = std::min(options_.timeLimit, std::chrono::duration<double>(1e8));
@@ -157,7 +164,9 @@ void Host::Core::schedule(const RequestPointer& request, Clock::time_point when)
     if (request->wasDelivered) return;
     if (isTimeOver_ && !request->wasAnnounced) when = Clock::now();
     request->nextStep = when;
-    timetable_.emplace(std::pair(when, request->index), request);
+    request->entry.key() = {when, request->index};
+    request->entry.mapped() = request;
+    timetable_.insert(std::move(request->entry));
     timetableChanged_.notify_one();
 }
 
@@ -168,14 +177,14 @@ void Host::Core::watchTime() {
             timetableChanged_.wait(lock);
             continue;
         }
-        const auto next = timetable_.begin();
-        const auto when = next->first.first;
+        const auto when = timetable_.begin()->first.first;
         if (Clock::now() < when) {
             timetableChanged_.wait_until(lock, when);
             continue;
         }
-        RequestPointer request = std::move(next->second);
-        timetable_.erase(next);
+        auto entry = timetable_.extract(timetable_.begin());
+        RequestPointer request = std::move(entry.mapped());
+        request->entry = std::move(entry);
         lock.unlock();
         takeStep(std::exchange(request, nullptr));  // it may be the last to hold it
         lock.lock();
@@ -237,9 +246,12 @@ bool Host::Core::finish(std::chrono::milliseconds bound) {
 }
 
 void Host::Core::stop() {
-    const std::lock_guard lock(mutex_);
-    stopped_ = true;
-    timetableChanged_.notify_one();
+    {
+        const std::lock_guard lock(mutex_);
+        stopped_ = true;
+        timetableChanged_.notify_one();
+    }
+    if (clock_.joinable()) clock_.join();
 }
 
 void Host::Core::donate(const INInteraction& interaction) {
@@ -256,8 +268,7 @@ bool Host::Core::takeDonation(const std::shared_ptr<const INSendMessageIntent>& 
 }
 
 Host::Host(Options options, ServiceFactory makeService, std::function<void(const DeliveredPush&)> deliver)
-    : core_(std::make_shared<Core>(options, std::move(makeService), std::move(deliver))),
-      clock_([core = core_] { core->watchTime(); }) {
+    : core_(std::make_shared<Core>(options, std::move(makeService), std::move(deliver))) {
     if (options.acceptsDonations)
         Intents::setDonationSink([core = core_](const INInteraction& interaction) { core->donate(interaction); });
 }
@@ -265,7 +276,6 @@ Host::Host(Options options, ServiceFactory makeService, std::function<void(const
 Host::~Host() {
     Intents::setDonationSink({});
     core_->stop();
-    clock_.join();
 }
 
 bool Host::receive(Push push) {

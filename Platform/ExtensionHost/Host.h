@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
-#include <thread>
 
 #include "ExtensionHost/PushInput.h"
 #include "UserNotifications/UNNotificationServiceExtension.h"
@@ -57,6 +56,8 @@ public:
     Host& operator=(const Host&) = delete;
 
     /// Makes a request of the push, as soon as there is room for one. False, and no request, once `expire` was called.
+    /// Throws `std::bad_alloc`, and there is no request; one that is made is delivered, whatever fails later.
+    /// To be called by one thread at a time.
     bool receive(Push push);
 
     /// Announces the end of time to every request in progress, whatever its limit.
@@ -68,7 +69,6 @@ public:
 private:
     class Core;
     std::shared_ptr<Core> core_;
-    std::thread clock_;
 };
 
 }  // namespace ExtensionHost

@@ -5,18 +5,21 @@
 #include <cmath>
 #include <csignal>
 #include <cstdio>
+#include <exception>
 #include <new>
 #include <string>
 #include <system_error>
 #include <thread>
 #include <utility>
 
+#include <malloc.h>
 #include <unistd.h>
 
 #include "ExtensionHost/Card.h"
 #include "ExtensionHost/CommandLine.h"
 #include "ExtensionHost/ContentJSON.h"
 #include "ExtensionHost/PushInput.h"
+#include "Foundation/FatalError.h"
 #include "Foundation/JSONWriter.h"
 #include "Foundation/StandardStreams.h"
 
@@ -85,7 +88,7 @@ public:
     void watch(Host& host) {
         try {
             std::thread([this, &host] { endProcess(host); }).detach();
-        } catch (const std::system_error&) {
+        } catch (const std::exception&) {
             ::pthread_sigmask(SIG_UNBLOCK, &set_, nullptr);
         }
     }
@@ -121,25 +124,40 @@ private:
 
 void main(int argc, char** argv, const std::function<void()>& checkBundle, Host::ServiceFactory makeService) {
     Foundation::holdStandardStreams();
+    Foundation::makeLackOfMemoryFatal();
     const auto parsed = parseCommandLine(argc, argv);
     if (const int* status = std::get_if<int>(&parsed)) leave(*status);
     const auto& settings = std::get<CommandLine>(parsed);
     checkBundle();
 
+    // What a large answer took goes back to the system. Otherwise the allocator takes the first for the usual size, and
+    // each thread keeps room for one.
+    ::mallopt(M_MMAP_THRESHOLD, 128 << 10);
     // A server that goes away is an error of one operation, not the end of the process.
     std::signal(SIGPIPE, SIG_IGN);
     EndSignals signals;
     std::atomic<bool> allGood = true;
     Host host(settings.host, std::move(makeService), [&](const DeliveredPush& push) {
+        const auto text = [&](bool images) { return settings.asJSON ? line(push, images) : picture(push); };
         try {
-            Foundation::writeToStandardOutput(settings.asJSON ? line(push, settings.images) : picture(push));
+            std::string made;
+            try {
+                made = text(settings.images);
+            } catch (const std::bad_alloc&) {
+                made = text(false);  // the picture takes the most
+                if (settings.images) {
+                    allGood = false;
+                    Foundation::reportError("a sender's picture is left out: there is not enough memory");
+                }
+            }
+            Foundation::writeToStandardOutput(made);
         } catch (const std::system_error& error) {
             // Nobody reads what is delivered: there is nothing left to wait for.
             Foundation::reportError("standard output: " + error.code().message());
             leave(someInputWasBad);
         } catch (const std::bad_alloc&) {
             allGood = false;
-            throw;
+            Foundation::reportError("a notification could not be delivered: there is not enough memory");
         }
     });
     signals.watch(host);

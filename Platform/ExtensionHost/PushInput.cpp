@@ -1,6 +1,7 @@
 #include "ExtensionHost/PushInput.h"
 
 #include <algorithm>
+#include <new>
 #include <optional>
 #include <string_view>
 #include <system_error>
@@ -17,6 +18,7 @@ using Foundation::Dictionary;
 namespace {
 
 constexpr const char* standardInput = "-";
+constexpr const char* noMemory = "there is not enough memory";
 
 bool isBlank(std::string_view line) {
     return line.find_first_not_of(" \t\r\n") == std::string_view::npos;
@@ -47,14 +49,19 @@ bool PushInput::read(const std::function<bool(Push)>& take) {
 
 bool PushInput::readFile(const std::string& file, const std::function<bool(Push)>& take) {
     Foundation::Data data;
+    std::optional<Dictionary> whole;
     try {
         data = Foundation::Files::read(file);
+        whole = wholePayload(Foundation::textView(data));
+        if (whole) return take({index_++, *std::move(whole)});
     } catch (const Foundation::CocoaError& error) {
-        report(file, std::generic_category().message(error.posixCode()));
+        report(file, 0, std::generic_category().message(error.posixCode()).c_str());
+        return true;
+    } catch (const std::bad_alloc&) {
+        report(file, 0, noMemory);
         return true;
     }
     std::string_view text = Foundation::textView(data);
-    if (auto payload = wholePayload(text)) return take({index_++, *std::move(payload)});
     for (std::size_t number = 1; !text.empty(); ++number) {
         const std::size_t end = std::min(text.find('\n'), text.size());
         if (!readLine(file, number, text.substr(0, end), take)) return false;
@@ -69,7 +76,9 @@ bool PushInput::readStandardInput(const std::function<bool(Push)>& take) {
         for (std::size_t number = 1; const auto line = input.next(); ++number)
             if (!readLine(standardInput, number, line->text, take)) return false;
     } catch (const std::system_error& error) {
-        report(standardInput, error.code().message());
+        report(standardInput, 0, error.code().message().c_str());
+    } catch (const std::bad_alloc&) {
+        report(standardInput, 0, noMemory);
     }
     return true;
 }
@@ -81,14 +90,20 @@ bool PushInput::readLine(const std::string& file, std::size_t number, std::strin
     try {
         return take({index, Foundation::parseDictionary(line)});
     } catch (const DecodingError& error) {
-        report(file + ':' + std::to_string(number), error.description());
-        return true;
+        report(file, number, error.description().c_str());
+    } catch (const std::bad_alloc&) {
+        report(file, number, noMemory);
     }
+    return true;
 }
 
-void PushInput::report(const std::string& place, const std::string& reason) {
+void PushInput::report(const std::string& file, std::size_t line, const char* reason) noexcept {
     allGood_ = false;
-    Foundation::reportError(place + ": " + reason);
+    try {
+        Foundation::reportError(file + (line > 0 ? ':' + std::to_string(line) : "") + ": " + reason);
+    } catch (const std::bad_alloc&) {
+        Foundation::reportError(reason);
+    }
 }
 
 }  // namespace ExtensionHost

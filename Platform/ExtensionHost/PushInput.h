@@ -31,7 +31,8 @@ private:
     bool readStandardInput(const std::function<bool(Push)>& take);
     bool readLine(const std::string& file, std::size_t number, std::string_view line,
                   const std::function<bool(Push)>& take);
-    void report(const std::string& place, const std::string& reason);
+    /// Of a line, or with 0 of the file as a whole.
+    void report(const std::string& file, std::size_t line, const char* reason) noexcept;
 
     std::vector<std::string> files_;
     std::size_t index_ = 0;

@@ -29,6 +29,12 @@ std::filesystem::path directoryOf(const std::filesystem::path& path) {
     return path.has_parent_path() ? path.parent_path() : std::filesystem::path(".");
 }
 
+/// A name for a file that is there for a moment.
+std::filesystem::path hiddenName(const std::filesystem::path& directory) {
+    std::random_device random;
+    return directory / (".writing-" + std::to_string(random()));
+}
+
 void syncDirectory(const std::filesystem::path& directory) {
     const Descriptor descriptor(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     // Some file systems cannot sync a directory (EINVAL); the rename stands all the same.
@@ -144,26 +150,42 @@ bool AtomicWrite::link(const std::filesystem::path& name) {
 }
 
 void AtomicWrite::nameTemporary() {
-    std::random_device random;
     std::filesystem::path name;
     do {
-        name = directoryOf(destination_) / (".writing-" + std::to_string(random()));
+        name = hiddenName(directoryOf(destination_));
     } while (!link(name));
     temporary_ = name;
 }
 
-void AtomicWrite::commit(const std::vector<std::filesystem::path>& predecessors) {
-    // A file that is held loses no more than its name. To free it as well takes ten times as long.
-    std::vector<Descriptor> held;
-    for (const auto& predecessor : predecessors)
-        held.emplace_back(::open(predecessor.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
-    for (const auto& predecessor : predecessors)
-        Files::remove(predecessor);
+void AtomicWrite::putInPlace() {
     // Where somebody else was faster to make the destination, it is replaced.
     if (temporary_.empty() && !link(destination_)) nameTemporary();
     if (!temporary_.empty() && ::rename(temporary_.c_str(), destination_.c_str()) != 0)
         throw CocoaError(Operation::write, errno, destination_);
     temporary_.clear();
+}
+
+void AtomicWrite::commit(const std::vector<std::filesystem::path>& predecessors) {
+    // They are out of the way under other names: they can come back, and to free them takes ten times as long.
+    std::vector<std::filesystem::path> names;
+    for (const auto& predecessor : predecessors)
+        names.push_back(hiddenName(directoryOf(predecessor)));
+    std::size_t count = 0;
+    while (count < names.size() && ::rename(predecessors[count].c_str(), names[count].c_str()) == 0)
+        ++count;
+    const int failure = errno;
+    const bool areOutOfTheWay = count == names.size();
+    try {
+        if (areOutOfTheWay) putInPlace();
+    } catch (...) {
+        while (count-- > 0)
+            ::rename(names[count].c_str(), predecessors[count].c_str());
+        throw;
+    }
+    names.resize(count);
+    for (const auto& name : names)
+        Files::remove(name);
+    if (!areOutOfTheWay) throw CocoaError(Operation::remove, failure, predecessors[count]);
     syncDirectory(directoryOf(destination_));
 }
 

@@ -38,7 +38,8 @@ public:
     AtomicWrite(const AtomicWrite&) = delete;
     AtomicWrite& operator=(const AtomicWrite&) = delete;
 
-    /// Removes the predecessors, in this order and up to the first failure, and at once puts the file in its place.
+    /// Removes the predecessors, in this order and up to the first failure, and at once puts the file in its place; where
+    /// that fails, the predecessors are as they were.
     void commit(const std::vector<std::filesystem::path>& predecessors = {});
 
 private:
@@ -47,6 +48,7 @@ private:
     void write(const Data& data);
     bool link(const std::filesystem::path& name);
     void nameTemporary();
+    void putInPlace();
 
     std::filesystem::path destination_;
     Descriptor descriptor_;

@@ -278,7 +278,7 @@ void ByType::decode(JSONReader& reader, Value& value) {
         reader.object([&](std::string_view key, JSONReader& member) {
             // Servers write the keys of a map in their order, mostly.
             const std::size_t size = value.size();
-            const auto entry = value.try_emplace(value.end(), std::string(key));
+            const auto entry = value.try_emplace(value.end(), typename Value::key_type(key));
             if (value.size() == size) entry->second = {};
             decode(member, entry->second);
         });

@@ -38,6 +38,9 @@ public:
     template <class Element>
     void array(Element&& element);
 
+    /// Reads a text: as it stands here where it has no escape, else from the buffer. Valid as long as both stay.
+    std::string_view readText(std::string& buffer);
+
     /// Nothing has changed in the arguments of these where they throw.
     void read(std::string& text);
     void read(bool& boolean);
@@ -300,6 +303,13 @@ void JSONReader::revisit(Place place, Read&& read) {
     const Place next = cursor_->next;
     visit(place, read);
     cursor_->next = next;
+}
+
+inline std::string_view JSONReader::readText(std::string& buffer) {
+    if (front() != '"') failExpecting("a text");
+    const std::string_view read = unescaped(content(start_), buffer);
+    passOver();
+    return read;
 }
 
 inline void JSONReader::read(std::string& text) {

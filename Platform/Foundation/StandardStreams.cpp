@@ -3,6 +3,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <new>
 #include <system_error>
 
 #include <fcntl.h>
@@ -67,8 +68,13 @@ void writeToStandardOutput(std::string_view text) {
 }
 
 void reportError(std::string_view message) {
-    const std::string line = printable(message) + '\n';
-    std::fwrite(line.data(), 1, line.size(), stderr);
+    try {
+        const std::string line = printable(message) + '\n';
+        std::fwrite(line.data(), 1, line.size(), stderr);
+    } catch (const std::bad_alloc&) {
+        // Better than none: the stream has no buffer, and takes no memory.
+        std::fputs("there is not enough memory for an error's text\n", stderr);
+    }
 }
 
 }  // namespace Foundation

@@ -1,6 +1,7 @@
 #include "Foundation/URL.h"
 
 #include <algorithm>
+#include <new>
 
 #include <uriparser/Uri.h>
 
@@ -13,7 +14,9 @@ class Parsed {
 public:
     explicit Parsed(std::string_view text) {
         const char* error = nullptr;
-        valid_ = uriParseSingleUriExA(&uri_, text.data(), text.data() + text.size(), &error) == URI_SUCCESS;
+        const int result = uriParseSingleUriExA(&uri_, text.data(), text.data() + text.size(), &error);
+        if (result == URI_ERROR_MALLOC) throw std::bad_alloc();
+        valid_ = result == URI_SUCCESS;
     }
     ~Parsed() {
         if (valid_) uriFreeUriMembersA(&uri_);

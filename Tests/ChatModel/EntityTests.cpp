@@ -5,6 +5,7 @@
 #include "ChatModel/Channel.h"
 #include "ChatModel/ChannelMember.h"
 #include "ChatModel/ClientConfig.h"
+#include "ChatModel/Identifier.h"
 #include "ChatModel/InteractiveDialog.h"
 #include "ChatModel/Post.h"
 #include "ChatModel/ReadReceipt.h"
@@ -269,6 +270,38 @@ TEST(Channel, IsCalledAfterThePeer) {
     }
     const auto isMuted = [](auto all) { return ChannelMember{"", 0, 0, 0, 0, 0, {{"mark_unread", all}}}.isMuted(); };
     EXPECT_TRUE(isMuted("mention") && !isMuted("all") && !ChannelMember().isMuted());
+}
+
+TEST(Identifier, IsTheTextWhateverItsLength) {
+    // Around where a text no longer stands inside, where it is copied in two pieces, and with bytes that end others.
+    std::vector<std::string> texts = {"\0"s, "a\0"s, "\xFF", std::string(31, '\xFF'), std::string(31, '\0')};
+    for (const std::size_t size : {0, 1, 15, 16, 17, 30, 31, 32, 33, 300})
+        for (const char last : {'a', 'b'}) texts.push_back(std::string(size, 'x') + last);
+    texts.push_back("");
+    EXPECT_EQ(ServerJSON<Team>::decode(R"({"id":"\u0061\n","name":"","display_name":"","delete_at":0})").id, "a\n");
+    const auto hash = std::hash<Identifier>();
+    for (const std::string& left : texts)
+        for (const std::string& right : texts) {
+            SCOPED_TRACE(left + " and " + right);
+            const Identifier one = left, other = right;
+            EXPECT_EQ(std::string_view(one), left);
+            EXPECT_EQ(one.empty(), left.empty());
+            EXPECT_EQ(one == other, left == right);
+            EXPECT_EQ(one == right, left == right);
+            EXPECT_EQ(one <=> other, left <=> right);
+            EXPECT_EQ(one <=> right, left <=> right);
+            EXPECT_TRUE(hash(one) == hash(other) || left != right);
+            Identifier copy = one;
+            copy = std::as_const(copy);
+            EXPECT_EQ(copy, left);
+            copy = other;
+            EXPECT_EQ(copy, right);
+            const Identifier moved = std::move(copy);
+            EXPECT_EQ(moved, right);
+            copy = one;
+            EXPECT_EQ(copy, left);
+            EXPECT_EQ(other, right);
+        }
 }
 
 }  // namespace

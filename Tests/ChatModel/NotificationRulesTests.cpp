@@ -60,6 +60,7 @@ Decision decided(const std::string& words) {
 std::optional<SkipReason::Case> reason(const std::string& words) {
     const auto decision = decided(words);
     const auto* skip = std::get_if<SkipReason>(&decision);
+    EXPECT_TRUE(skip == nullptr || skip->status.has_value() == (skip->kind == userStatus)) << words;
     return skip == nullptr ? std::nullopt : std::optional(skip->kind);
 }
 
@@ -92,11 +93,12 @@ TEST(NotificationRules, EachReasonHasItsExceptions) {
     const std::pair<std::optional<SkipReason::Case>, std::vector<std::string>> rows[] = {
         {std::nullopt,
          {"author=me;prop.from_webhook=\"true\"", add + "\"me\"", silent + "\"x\"", mute + force + "-0.5", "channel=c",
-          mute + force + "\"0\"", "member.mark_unread=all", none + "member.desktop=all", usual + "kind=G", all,
+          mute + force + "\"0\"", mute + force + "true", none + "member.desktop=all", usual + "kind=G", all, "threads",
           own + "announced=D", "user.desktop=x;" + reply, group + "text=:@b*o*b:;" + reply, all + ignore + "x" + off,
           group + "prop.attachments=[{\"footer\":\"@bob\"}]", all + ignore + "on;user.mention_keys=@All",
-          all + ignore + "default;user.channel=False", own + "mentioned=me;" + reply, "threads",
-          "active;root=r", "status=offline", reply + "follower=me", reply + "follower=me;active;channel=c;thread=x"}},
+          all + ignore + "default;user.channel=False", own + "mentioned=me;" + reply,
+          "member.mark_unread=all", "active;root=r", "status=offline", reply + "follower=me",
+          reply + "follower=me;active;channel=c;thread=x"}},
         {ownPost, {"author=me;prop.from_webhook=true"}}, {systemMessage, {add + "\"you\""}},
         {channelIsOpen, {group + "text=@bob;active;channel=c", "active;channel=c;root=r"}},
         {silentNotification, {silent + "1"}},
@@ -139,6 +141,22 @@ TEST(NotificationRules, NotificationsSayWhoWroteWhatAndWhere) {
         EXPECT_EQ(parts[part], expected) << words;
     }
     EXPECT_TRUE(isDesktopSoundEnabled(nullptr, nullptr) && desktopNotificationSound(nullptr, nullptr) == "Bing");
+}
+
+/// Whether a record hashes differently with this member changed.
+template <class Record, class Value>
+bool changesHash(Value Record::*member, std::type_identity_t<Value> value) {
+    Record changed;
+    changed.*member = std::move(value);
+    return std::hash<Record>()(changed) != std::hash<Record>()(Record());
+}
+
+TEST(NotificationRules, RecordsHashAsTheyDiffer) {
+    EXPECT_TRUE(changesHash(&Event::teamID, "t") && changesHash(&Event::hasOtherFile, true));
+    EXPECT_TRUE(changesHash(&Focus::isAppActive, true) && changesHash(&Focus::threadID, "t"));
+    EXPECT_TRUE(changesHash(&Context::status, UserStatus::away) && changesHash(&Context::focus, Focus{true, {}, {}}));
+    EXPECT_TRUE(changesHash(&SkipReason::kind, noMember) && changesHash(&SkipReason::status, UserStatus::away));
+    EXPECT_TRUE(changesHash(&Notification::title, "t") && changesHash(&Notification::opensPermalink, true));
 }
 
 }  // namespace

@@ -51,11 +51,11 @@ TEST(Post, FactsFollowFromItsMembers) {
     const std::string tracked = R"("velto_read_receipts":true})";
     for (const auto& [props, letters] : Rows{
              {R"("from_webhook":"true"})", "RWA"}, {R"("from_webhook":true})", "RA"},
-             {R"("silent_notification":"true"})", "RA"}, {R"("silent_notification":true})", "RNXA"},
-             {silent + R"("false"})", "RA"}, {silent + "true}", "RA"}, {silent + "\"\"}", "RNXA"},
-             {silent + "false}", "RNXA"}, {tracked, "RAC"}, {R"("velto_read_receipts":"true"})", "RA"},
-             {tracked + R"(,"type":"x")", "RA"}, {tracked + R"(,"delete_at":1)", "RD"},
-             {tracked + R"(,"pending_post_id":"p")", "RP"}})
+             {R"("from_webhook":"false"})", "RA"}, {R"("silent_notification":"true"})", "RA"},
+             {R"("silent_notification":true})", "RNXA"}, {silent + R"("false"})", "RA"}, {silent + "true}", "RA"},
+             {silent + "\"\"}", "RNXA"}, {silent + "false}", "RNXA"}, {tracked, "RAC"},
+             {R"("velto_read_receipts":"true"})", "RA"}, {tracked + R"(,"type":"x")", "RA"},
+             {tracked + R"(,"delete_at":1)", "RD"}, {tracked + R"(,"pending_post_id":"p")", "RP"}})
         EXPECT_EQ(facts(postWith(R"("props":{)" + props)), letters) << props;
     for (const auto& [wide, high, made] : {std::tuple(1, 1, true), {0, 1, true}, {640, 0, true}, {1, 1, false}})
         EXPECT_EQ((PostMetadata::FileInfo{"", "", "", 0, "", wide, high, made}.isImage()), wide * high * made > 0);
@@ -71,12 +71,15 @@ TEST(Post, EmojiAreNamedBetweenColons) {
                                R"("footer":":f:","fields":[{"title":":f:","value":":v:"},{"value":{"k":[":w:"]}}]},)"
                                R"({"text":":y:"}]})");
     EXPECT_EQ(post.emojiNames(), (std::set<std::string>{"m", "p", "t", "x", "v", "w", "y"}));
+    const auto attached = postWith(R"("props":{"attachments":[{"color":"c","fields":[{"short":true,"value":{":k:":1}}])"
+                                   R"(},{"text":"x"}]})");
+    EXPECT_EQ(attached.emojiNames(), std::set<std::string>{"k"});
 }
 
 /// "joinedTeam+ id:name", by whom if anyone; the plus is for an arrival.
 std::string told(const std::optional<SystemEvent>& event) {
     if (!event) return "";
-    const auto person = [](const SystemEvent::Person& one) { return ' ' + one.id.value_or("?") + ':' + one.username; };
+    const auto person = [](const SystemEvent::Person& one) { return ' ' + std::string(one.id.value_or("?")) + ':' + one.username; };
     return std::string(name(event->kind)) + (isArrival(event->kind) ? "+" : "-") + person(event->subject) +
            (event->actor ? " by" + person(*event->actor) : "");
 }
@@ -84,7 +87,7 @@ std::string told(const std::optional<SystemEvent>& event) {
 TEST(SystemEvent, TellsWhoDidWhat) {
     const std::string all = R"("username":"n","userId":"i","addedUsername":"an","addedUserId":"a",)"
                             R"("removedUsername":"rn","removedUserId":"r")";
-    const std::tuple<const char*, std::string, const char*, std::set<std::string>> rows[] = {
+    const std::tuple<const char*, std::string, const char*, std::set<Identifier>> rows[] = {
         {"join_channel", all, "joinedChannel+ author:n", {}}, {"join_team", all, "joinedTeam+ author:n", {}},
         {"guest_join_channel", all, "joinedChannelAsGuest+ author:n", {}}, {"join_team", "", "", {}},
         {"leave_channel", all, "leftChannel- author:n", {}}, {"leave_team", all, "leftTeam- author:n", {}},

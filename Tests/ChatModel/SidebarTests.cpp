@@ -19,7 +19,7 @@ struct SidebarTest : testing::Test {
         input.channels.push_back({id, "", kind, isDirect ? "u__v" : "", title, "", "", 0, 0, 0, 0, 9, 5});
         input.members.push_back({id, 0, 9, 5, 0, 0, std::move(props)});
     }
-    void category(SidebarCategory::Sorting sorting, std::vector<std::string> ids, bool collapsed = false) {
+    void category(SidebarCategory::Sorting sorting, std::vector<Identifier> ids, bool collapsed = false) {
         input.categories.push_back({"s", "t", SidebarCategory::Kind::custom, "", sorting, false, collapsed, std::move(ids)});
     }
 
@@ -28,7 +28,7 @@ struct SidebarTest : testing::Test {
         const auto section = Sidebar::sections(input, locale).at(0);
         std::string text;
         for (const auto& one : section.channels)
-            text += one.channel.id + (one.isUnread ? "!" : "") + (one.mentionCount == 1 ? "@" : "") +
+            text += std::string(one.channel.id) + (one.isUnread ? "!" : "") + (one.mentionCount == 1 ? "@" : "") +
                     (one.isClosed ? "x" : "") + ' ';
         for (const auto* one : section.visibleChannels(selected)) text += one->channel.id;
         return text;
@@ -64,7 +64,7 @@ TEST_F(SidebarTest, SortsByAllOfATitle) {
 TEST_F(SidebarTest, SortsByRecencyOfWhatCounts) {
     for (const char* id : {"a", "b", "c", "d"}) add(id, {}, "");
     input.channels[0].lastPostAt = 5; input.channels[1].createAt = 6; input.channels[2].lastPostAt = 5;
-    input.channels[3].lastPostAt = 9; input.channels[3].lastRootPostAt = 4;
+    input.channels[3].lastPostAt = 9; input.channels[3].lastRootPostAt = 1;
     category(recent, {"c", "d", "a", "b"});
     EXPECT_EQ(shown(), "d b c a dbca");
     input.collapsedThreads = true;
@@ -99,6 +99,9 @@ TEST_F(SidebarTest, MovesAboutAcrossSections) {
     const auto sections = Sidebar::sections(input, "en");
     EXPECT_EQ(sections[0].channels[0].channel, sections[0].channels[2].channel);
     EXPECT_TRUE(sections[2].channels[1].isFavorite && !sections[0].channels[0].isFavorite);
+    const auto hash = [](const auto& value) { return std::hash<std::decay_t<decltype(value)>>()(value); };
+    EXPECT_NE(hash(sections[2].channels[1]), hash(sections[0].channels[0]));
+    EXPECT_TRUE(hash(sections[0]) != hash(sections[2]) && hash(input) != hash(Sidebar::Input()));
     using enum Sidebar::Direction;
     const std::tuple<Sidebar::Direction, std::optional<std::string_view>, bool, const char*> rows[] = {
         {next, "a", false, "b"}, {next, "b", false, "d"}, {next, "c", false, "d"}, {previous, "a", false, "d"},
@@ -109,7 +112,10 @@ TEST_F(SidebarTest, MovesAboutAcrossSections) {
     EXPECT_EQ(Sidebar::adjacentChannel({{{}, {sections[0].channels[0]}}}, next, "a"), nullptr);
     const auto unread = Sidebar::unreadChannels(sections);
     ASSERT_EQ(unread.size(), 2U);
-    EXPECT_EQ(unread[0]->channel.id + unread[1]->channel.id, "ad");
+    EXPECT_EQ(std::string(unread[0]->channel.id).append(unread[1]->channel.id), "ad");
+    input.channels[3].displayName.assign(100, 'x');
+    const void* const name = input.channels[3].displayName.data();
+    EXPECT_EQ(Sidebar::sections(std::move(input), "en")[2].channels[2].channel.displayName.data(), name) << "copied";
 }
 
 }  // namespace

@@ -17,7 +17,9 @@ std::vector<Post> posts(const std::string& text) {
     for (std::string one, word; std::getline(all, one, ';');) {
         std::istringstream words(one);
         Post post;
-        words >> post.id >> post.createAt >> post.userID;
+        std::string author;
+        words >> word >> post.createAt >> author;
+        post.id = word, post.userID = author;
         while (words >> word) {
             if (word == "hook") post.props["from_webhook"] = "true";
             if (word == "silent") post.props["silent_notification"] = true;
@@ -90,17 +92,20 @@ TEST(Timeline, MessagesTellOfTheirReactionsAndTheirSending) {
         for (const auto& [id, text] : copy.failedPostIDs) input.failedPostIDs[id] = text;
         EXPECT_TRUE(copy == input && std::hash<Timeline::Input>()(copy) == std::hash<Timeline::Input>()(input));
         copy.failedPostIDs["q"] = "?";
+        EXPECT_NE(std::hash<Timeline::Input>()(copy), std::hash<Timeline::Input>()(input));
         const auto others = Timeline::items(copy);
         input.posts[0].message.assign(100, 'x');
         const void* const text = input.posts[0].message.data();
         const auto items = Timeline::items(std::move(input));
         EXPECT_EQ(shown(items), "date-0 p qfailed!^" + expected + " qfailed!^" + expected + " r*?");
         EXPECT_EQ(std::get<TimelineMessage>(items[1].content).post.message.data(), text) << "copied";
+        EXPECT_EQ(std::get<TimelineMessage>(items[2].content).reactions, ReactionSummary::summarize(reactions, "me"));
         for (std::size_t i = 0; i < items.size(); ++i) {
             EXPECT_EQ(items[i] == others[i], i == 0 || i == 4);
             EXPECT_EQ(std::hash<TimelineItem>()(items[i]) == std::hash<TimelineItem>()(others[i]), i == 0 || i == 4);
         }
     }
+    EXPECT_NE(std::hash<ReactionSummary>()({"a", 1, false}), std::hash<ReactionSummary>()({"a", 1, true}));
 }
 
 }  // namespace

@@ -69,7 +69,9 @@ TEST_F(PushProcessorTest, EachFailureEndsInSomeContent) {
         {"picture dropped", answer(userPicture, {.dropAfter = 100}), withoutPicture,
          {"default Loading the sender's avatar failed: The network connection was lost."}},
         {"picture empty", answer(userPicture, {.body = ""}), Result{"x", "", true, true, 2, 2}, {}},
-        {"no sender", [&](auto& push) { push.senderID = ""; push.isIDLoaded = false; }, notAsked, {}}};
+        {"no sender", [&](auto& push) { push.senderID = ""; push.isIDLoaded = false; }, notAsked, {}},
+        {"nobody takes donations", [](auto&) { Intents::setDonationSink({}); }, Result{"x", "", false, false, 2, 2},
+         {"default The push stays a plain notification: The system takes no donations of interactions."}}};
     for (const auto& [name, arrange, result, logged] : rows) {
         SCOPED_TRACE(name);
         processor.servers = servers;
@@ -84,6 +86,7 @@ TEST_F(PushProcessorTest, EachFailureEndsInSomeContent) {
         const auto delivered = run(content(push));
 
         EXPECT_EQ(log.lines(), logged);
+        EXPECT_TRUE(logged.empty() || log.writer() == "com.norvane.tessel Push");
         EXPECT_EQ(Result(delivered.body(), Foundation::textOrEmpty(delivered.userInfo(), "verified"),
                          delivered.intent() != nullptr, delivered.intent() && delivered.intent()->sender.image,
                          updates.size(), server.received().size()), result);
@@ -113,6 +116,9 @@ TEST_F(PushProcessorTest, ThePayloadIsReadAgainOnlyBehindAnAcknowledgement) {
     EXPECT_EQ(pushed().serverURL, url);
     credentials.removeToken(url);
     EXPECT_FALSE(pushed().serverURL);
+    auto prepared = processor.prepare(content(message()), [](const auto&) {});
+    prepared.server.reset();
+    EXPECT_FALSE(processor.communicationContent(prepared).intent());
 }
 
 TEST_F(PushProcessorTest, TheTokenStaysWithItsHost) {
@@ -124,6 +130,15 @@ TEST_F(PushProcessorTest, TheTokenStaysWithItsHost) {
     push.overrideIconURL.replace(push.overrideIconURL.find("127.0.0.1"), 9, "localhost");
     EXPECT_TRUE(run(content(push)).intent()->sender.image);
     EXPECT_FALSE(other.received().back().headers.contains("authorization"));
+}
+
+TEST_F(PushProcessorTest, APictureMayTakeAMinute) {
+    const auto gated = std::make_shared<GatedSession>();
+    processor.session = gated;
+    for (const int status : {500, 404}) gated->answer(status);
+    run(content(message()));
+    (void)gated->requests.pop();
+    EXPECT_EQ(gated->requests.pop().timeoutInterval, 60);
 }
 
 TEST_F(PushProcessorTest, TheTextIsInTheUsersLanguage) {

@@ -126,6 +126,13 @@ public:
     void release() {
         locked([&] { isHeld_ = false, answerHeld(); });
     }
+    /// The answers that wait are this error; those from now on do not wait.
+    void refuseHeld(const std::string& error) {
+        locked([&] {
+            for (auto& [result, number] : std::exchange(held_, {})) result.returnError(sdbus::Error(error, "refused"));
+            isHeld_ = false;
+        });
+    }
     template <class Value>
     void tell(const char* signal, Number number, Value value) {
         object_->emitSignal(signal).onInterface(name_).withArguments(number, value);

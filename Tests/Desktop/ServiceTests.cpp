@@ -21,8 +21,8 @@ struct ServiceTest : DesktopTest {
         desktop({"--idle", idle});
         return distributor->token(starts++);
     }
-    bool hasKept(const std::vector<std::string>& files) const {
-        return eventually([&] { return kept() == files; });
+    bool hasKept(const std::vector<std::string>& files, std::chrono::seconds bound = std::chrono::seconds(40)) const {
+        return eventually([&] { return kept() == files; }, bound);
     }
 };
 struct ServiceLongTest : ServiceTest {};
@@ -96,14 +96,20 @@ TEST_F(ServiceTest, LosesNothingThatItHasTakenAndShowsNothingTwice) {
     EXPECT_EQ(end(), 3);
     environment.erase("DBUS_SESSION_BUS_ADDRESS");
 
-    const auto token = serve();
-    for (const char* body : {"2", "3"})
-        distributor->message(token, message(body));
+    const auto token = serve(), two = message("2");
+    for (const auto& push : {two, message("3")})
+        distributor->message(token, push);
     kill(SIGKILL);
     EXPECT_THAT(kept(), ElementsAre(".json", ".json", ".json"));
+    // It may have ended before it wrote down what it had taken; and there may be what nobody can read.
+    std::filesystem::remove(directory / "state/tessel/messages.json");
+    for (const char* unreadable : {"spool/service/0.json", "spool/service/0.error", "messages.json"})
+        std::filesystem::create_directory(directory / "state/tessel" / unreadable);
 
     NotificationServer notifications({"body"}, true);
     serve();
+    std::filesystem::remove(directory / "state/tessel/messages.json");
+    distributor->message(token, two);
     EXPECT_EQ(notifications.next().body, "1");
     kill(SIGKILL);  // whether it was shown, this one cannot know
     serve();
@@ -141,23 +147,32 @@ TEST_F(ServiceTest, TakesTheUsersAnswersToTheClient) {
     ASSERT_THAT(numbers, SizeIs(2));
     const auto a = numbers["a"], b = numbers["b"];
 
+    {
+        // The client hangs, or is long in starting, when this process ends.
+        const auto client = sdbus::createSessionBusConnection("com.norvane.tessel");
+        notifications.tell("NotificationReplied", a, std::string("Kept"));
+        EXPECT_TRUE(hasKept({".error"}, std::chrono::seconds(15)));  // the call has not failed by then
+        kill(SIGKILL), serve();
+        EXPECT_EQ(notifications.next(2).body, "Kept");
+        EXPECT_TRUE(hasKept({}));
+    }
     // There is no client: the user reads what he has written, whole, even if it can be shown to him only later.
     std::string text = "SECRET <";
     for (int i = 0; i < 3000; ++i) text += 'x';
     notifications.hold();
     notifications.tell("NotificationReplied", a, text);
-    for (const std::size_t place : {2U, 3U}) {
+    for (const std::size_t place : {3U, 4U}) {
         const auto error = notifications.next(place);
         EXPECT_EQ(error.summary, "Your reply was not sent");
         EXPECT_EQ(error.body, "SECRET &lt;" + text.substr(8));
         EXPECT_EQ(error.timeout, 0);
         EXPECT_THAT(errors(), AnyOf(IsEmpty(), AllOf(HasSubstr("did not take an answer"), Not(HasSubstr("SECRET")))));
-        if (place == 2) kill(SIGKILL), serve();
+        if (place == 3) kill(SIGKILL), serve();
     }
     notifications.release();
     EXPECT_TRUE(hasKept({}));
     notifications.tell("ActionInvoked", a, std::string("default"));
-    EXPECT_EQ(notifications.next(4).summary, "Tessel could not be opened");
+    EXPECT_EQ(notifications.next(5).summary, "Tessel could not be opened");
 
     ChatClient client;
     std::size_t calls = 0;
@@ -181,7 +196,7 @@ TEST_F(ServiceTest, TakesTheUsersAnswersToTheClient) {
     kill(SIGKILL);
     serve();
     distributor->message(token, message("Later", "c"));
-    notifications.next(5);
+    notifications.next(6);
     notifications.tell("NotificationReplied", a, std::string("It was closed"));
     notifications.tell("NotificationReplied", b, std::string("Yes"));
     EXPECT_EQ(client.next(calls++), "REPLY: " + pushed("b") + "text=Yes type=message | ");

@@ -118,6 +118,15 @@ TEST_F(ShowLongTest, TriesAgainWhereTheServerRefuses) {
         ASSERT_EQ(notifications.shown().size(), status == 0 ? 1 : 0);
         for (const auto& shown : notifications.shown()) EXPECT_EQ(shown.hints.contains("image-data"), hasPicture);
     }
+    // Where many are refused at once, none waits the longer for the others.
+    NotificationServer notifications({"body"}, true);
+    std::string many;
+    for (const char channel : std::string("abcdefgh")) many += message("many", {channel});
+    show(many);
+    notifications.next(7);
+    notifications.refuseHeld(tooMany);
+    notifications.next(7 + 8);
+    EXPECT_EQ(end(), 0);
 }
 
 TEST_F(ShowTest, IsNotHeldUpByAnExtensionThatFails) {

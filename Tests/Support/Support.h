@@ -61,6 +61,7 @@ public:
         os::setLogSink([this](const os::LogEntry& entry) {
             const std::lock_guard lock(mutex_);
             lines_.push_back((entry.level == os::LogLevel::error ? "error " : "default ") + entry.message);
+            writer_ = entry.subsystem + ' ' + entry.category;
         });
     }
     ~LogRecorder() { os::setLogSink({}); }
@@ -71,10 +72,16 @@ public:
         const std::lock_guard lock(mutex_);
         return std::exchange(lines_, {});
     }
+    /// The last one's subsystem and category.
+    std::string writer() {
+        const std::lock_guard lock(mutex_);
+        return writer_;
+    }
 
 private:
     std::mutex mutex_;
     std::vector<std::string> lines_;
+    std::string writer_;
 };
 
 }  // namespace Support

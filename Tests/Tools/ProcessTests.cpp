@@ -1,3 +1,5 @@
+#include <chrono>
+#include <random>
 #include <thread>
 
 #include "Tools/ProgramFixture.h"
@@ -66,27 +68,73 @@ TEST_F(ProcessTest, EndsWithWhatIsInProgressDelivered) {
     EXPECT_EQ(outcome.errors, "standard output: Broken pipe\n");
 }
 
-TEST_F(ProcessTest, NothingPilesUp) {
-    signIn();
-    start({"--jobs", "8", "--time-limit", "0.5"});
-    const auto burst = [&] {
-        for (const auto& behavior : {DemoServer::Behavior{}, {.status = 500}, {.dropAfter = 10}, {.isHeld = true}}) {
-            for (const auto endpoint : {Endpoint::acknowledgement, Endpoint::userPicture})
-                server.setBehavior(endpoint, behavior);
-            const std::size_t pushes = behavior.isHeld ? 8 : 64;
-            for (std::size_t i = 0; i < pushes; ++i) input << message();
-            input.flush();
-            EXPECT_EQ(deliveries(pushes).size(), pushes);
-        }
-        // The tasks of the pushes that were held end behind these; its own threads are the input's, the clock's, that
-        // of the signals, and a sanitizer's.
-        for (const auto endpoint : {Endpoint::acknowledgement, Endpoint::userPicture}) server.setBehavior(endpoint, {});
-        server.release();
-        while (count("task") > 4) std::this_thread::yield();
-        return count("fd");
+/// How the soak's server answers; what else it does is without fault.
+DemoServer::Behavior anyBehavior(std::minstd_rand& random) {
+    const auto below = [&](unsigned bound) { return static_cast<unsigned>(random() % bound); };
+    switch (below(16)) {
+        case 0: return {.status = 100 + below(500)};
+        case 1: return {.dropAfter = below(600)};
+        case 2: return {.body = "<html>\xFF"};
+        case 3: return {.body = R"({"message":["?"]})", .contentType = "text/plain"};
+        case 4: return {.delay = std::chrono::milliseconds(below(64) == 0 ? 600 : below(8))};
+        case 5: return {.location = "/api/v4/users/other/image"};
+        case 6: return {.declaredSize = std::uint64_t{1} << below(below(8) == 0 ? 25 : 16)};
+        default: return {};
+    }
+}
+
+/// One process, as many pushes as TESSEL_SOAK says, and a server that fails at random.
+TEST_F(ProcessTest, SoakEachIsDeliveredOnceAndNothingPilesUp) {
+    const auto setting = [](const char* name, std::size_t usual) {
+        const char* const given = std::getenv(name);
+        return given != nullptr ? std::stoull(given) : usual;
     };
-    const auto descriptors = burst();
-    EXPECT_LE(burst(), descriptors + 8) << "as many connections as requests at once may differ";
+    const std::size_t pushes = setting("TESSEL_SOAK", 1000), seed = setting("TESSEL_SOAK_SEED", std::random_device()());
+    constexpr std::size_t jobs = 8;
+    constexpr std::size_t moreDescriptors = 24 * 3;  // of connections that tasks behind their time made
+    std::cout << "seed " << seed << std::endl;
+    std::minstd_rand random(static_cast<unsigned>(seed));
+    signIn();
+    start({"--jobs", std::to_string(jobs), "--time-limit", "0.5"});
+    std::vector<bool> delivered(pushes);
+    std::map<std::string, std::size_t> outcomes;
+    struct Size { long memory = 0; std::size_t descriptors = 0; } sizes[3];
+    const auto began = std::chrono::steady_clock::now();
+    std::size_t sent = 0, done = 0;
+    for (const std::size_t stage : {0, 1, 2}) {
+        const std::size_t end = stage == 0 ? pushes / 10 : pushes * stage / 2;
+        while (done < end) {
+            // What is under way fits into the pipes.
+            for (; sent < end && sent < done + 2 * jobs; ++sent) input << message("post-" + std::to_string(sent));
+            input.flush();
+            std::string text;
+            ASSERT_TRUE(std::getline(output, text)) << Support::readFile(directory / "err");
+            const auto line = Support::dictionary(text);
+            const auto index = static_cast<std::size_t>(*line.at("index").integer());
+            ASSERT_TRUE(index < sent && !delivered[index]) << index;
+            delivered[index] = true;
+            const auto body = contentText(line, "body");
+            const bool isWhole = body == "The text of post-" + std::to_string(index);
+            ASSERT_TRUE(isWhole || body == "A message" || body.starts_with("We could not verify")) << body;
+            ++outcomes[Foundation::textOrEmpty(line, "delivery") + (isWhole ? "" : ", without its text")];
+            ++done;
+            for (const auto endpoint : {Endpoint::acknowledgement, Endpoint::userPicture})
+                server.setBehavior(endpoint, anyBehavior(random));
+            server.setDrop(random() % 64 == 0 ? std::optional(DemoServer::DropStage::accepted) : std::nullopt);
+            server.forgetRequests();
+        }
+        // Its own threads are the input's, the clock's, that of the signals, and a sanitizer's.
+        while (count("task") > 4) std::this_thread::yield();
+        const auto status = Support::readFile("/proc/" + std::to_string(process) + "/status");
+        sizes[stage] = {std::stol(status.substr(status.find("VmRSS:") + 6)), count("fd")};
+        const std::chrono::duration<double> time = std::chrono::steady_clock::now() - began;
+        std::cout << done << " pushes: " << sizes[stage].memory << " KiB, " << sizes[stage].descriptors
+                  << " descriptors, " << static_cast<double>(done) / time.count() << " a second" << std::endl;
+    }
+    for (const auto& [outcome, count] : outcomes) std::cout << count << ' ' << outcome << '\n';
+    EXPECT_GT(outcomes["completed"], pushes / 4);
+    EXPECT_LE(sizes[2].memory, sizes[0].memory + TESSEL_MEMORY_GROWTH);
+    EXPECT_LE(sizes[2].descriptors, sizes[0].descriptors + moreDescriptors);
     input.close();
     EXPECT_EQ(ended().status, 0);
 }

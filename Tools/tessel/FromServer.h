@@ -1,11 +1,11 @@
 #pragma once
 
 #include <optional>
-#include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
+#include "ChatModel/Identifier.h"
 #include "ChatModel/ServerJSON.h"
 #include "Foundation/JSONReader.h"
 
@@ -35,9 +35,9 @@ struct FromServer {
     }
 
     template <class Value>
-    static void decode(Foundation::JSONReader& reader, std::unordered_map<std::string, Value>& values) {
+    static void decode(Foundation::JSONReader& reader, std::unordered_map<ChatModel::Identifier, Value>& values) {
         reader.object([&](std::string_view key, Foundation::JSONReader& member) {
-            decode(member, values.insert_or_assign(std::string(key), Value()).first->second);
+            decode(member, values.insert_or_assign(key, Value()).first->second);
         });
     }
 };

@@ -1,3 +1,4 @@
+#include "ChatModel/IdentifierCoding.h"
 #include "ChatModel/NotificationRules.h"
 #include "ChatModel/ServerJSON.h"
 #include "Foundation/JSONCoding.h"

@@ -1,4 +1,5 @@
 #include "ChatModel/Channel.h"
+#include "ChatModel/IdentifierCoding.h"
 #include "ChatModel/NameFormat.h"
 #include "ChatModel/Post.h"
 #include "ChatModel/ServerJSON.h"
@@ -22,7 +23,7 @@ using Foundation::JSONWriter;
 
 namespace {
 
-using TextMap = std::map<std::string, std::string, std::less<>>;
+using PeerNames = std::map<ChatModel::Identifier, std::string, std::less<>>;
 
 /// Writes a list, each element by `write(writer, element)`.
 template <class List, class Write>
@@ -116,7 +117,7 @@ void channelTitle(JSONReader& reader, JSONWriter& writer) {
     const Members members(reader);
     const Channel channel = members.decoded("channel", ServerJSON<Channel>::decode);
     const std::string userID = members.text("currentUserID");
-    const auto peerNames = members.decoded("peerNames", Foundation::decodeJSON<TextMap>);
+    const auto peerNames = members.decoded("peerNames", Foundation::decodeJSON<PeerNames>);
     writer.beginObject();
     writer.key("directPeerID").value(channel.directPeerID(userID));
     writer.key("title").value(channel.title(userID, peerNames));

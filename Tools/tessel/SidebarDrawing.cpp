@@ -87,7 +87,7 @@ private:
     void add(const SidebarChannel& channel, bool isSelected) {
         const bool isMuted = channel.member.isMuted();
         Row row{.marks = std::string(isSelected ? "> " : "  ") + (channel.isUnread ? "● " : "  "),
-                .title = channel.title.empty() ? channel.channel.id : channel.title};
+                .title = channel.title.empty() ? std::string(channel.channel.id) : channel.title};
         if (isMuted) row.remarks += " (muted)";
         if (channel.isClosed) row.remarks += " (closed)";
         if (channel.mentionCount > 0) row.count = std::to_string(channel.mentionCount);

@@ -54,7 +54,7 @@ std::int64_t instantIn(Foundation::Date day) {
 std::string authorOf(const Post& post) {
     const std::string* const name =
         post.isFromWebhook() ? ChatModel::findString(post.props, "override_username") : nullptr;
-    return name != nullptr && !name->empty() ? *name : post.userID;
+    return name != nullptr && !name->empty() ? *name : std::string(post.userID);
 }
 
 /// What is to be known of the author beside the name.

@@ -4,6 +4,7 @@
 #include <tuple>
 #include <utility>
 
+#include "ChatModel/IdentifierCoding.h"
 #include "ChatModel/ServerJSON.h"
 #include "Foundation/JSONCoding.h"
 #include "Text/Collation.h"

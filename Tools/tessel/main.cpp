@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 
 #include "ExtensionHost/CommandLine.h"
+#include "Foundation/FatalError.h"
 #include "Foundation/StandardStreams.h"
 #include "tessel/BundlePath.h"
 #include "tessel/ExitStatus.h"
@@ -60,6 +61,7 @@ void addModelCommand(CLI::App& app, std::string& name, std::string& type, std::s
 
 int main(int argc, char** argv) {
     Foundation::holdStandardStreams();
+    Foundation::makeLackOfMemoryFatal();
     if (argc > 1 && std::string_view(argv[1]) == "push") return tessel::runPush(argc, argv);
 
     int status = tessel::done;
