@@ -63,17 +63,17 @@ struct Context {
 /// Why there is no notification. The cases stand in the order of their rules, apart from the first.
 struct SkipReason {
     enum class Case {
-        userStatus,
+        userStatus,  ///< the user is not to be disturbed, or out of the office
         ownPost,
         systemMessage,
-        silentNotification,
-        noMember,
-        channelMuted,
-        notifyLevelNone,
-        notExplicitlyMentioned,
-        notMentioned,
+        silentNotification,      ///< the sender asked for none
+        noMember,                ///< no membership in the channel is known
+        channelMuted,            ///< by the user
+        notifyLevelNone,         ///< the user wants none here
+        notExplicitlyMentioned,  ///< in a group, whose text is what tells
+        notMentioned,            ///< elsewhere, as the event tells
         notFollowingThread,
-        threadIsOpen,
+        threadIsOpen,  ///< on screen, in the active window; below likewise
         channelIsOpen
     };
 
@@ -83,6 +83,7 @@ struct SkipReason {
     friend bool operator==(const SkipReason&, const SkipReason&) = default;
 };
 
+/// What the client shows; its texts are plain.
 struct Notification {
     std::string title;
     std::string body;
@@ -93,6 +94,7 @@ struct Notification {
     friend bool operator==(const Notification&, const Notification&) = default;
 };
 
+/// The notification, or why there is none.
 using Decision = std::variant<Notification, SkipReason>;
 
 /// The phrases that a person sees, in English; a client puts its own language's in their places. Those that begin with

@@ -22,7 +22,13 @@ namespace ChatModel {
 /// Reading is lenient: a key that is missing or holds another kind gives the field's default. An immutable value by
 /// convention; the fields are in the clear so that tests and views can make one.
 struct PushPayload {
-    enum class Kind { message, clear, updateBadge, session, test };
+    enum class Kind {
+        message,
+        clear,        ///< a conversation was read elsewhere, and its notifications are to go
+        updateBadge,  ///< nothing but the badge is news
+        session,      ///< about the user's session
+        test          ///< whether pushes arrive
+    };
 
     /// The category and the action through which a notification can be answered in place.
     static constexpr std::string_view replyCategory = "CAN_REPLY";

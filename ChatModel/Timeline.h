@@ -35,11 +35,13 @@ struct ReactionSummary {
 
 /// A post, and what a view of messages needs to draw it.
 struct TimelineMessage {
+    /// It could not be sent.
     struct Failed {
         std::string message;  ///< the error's text, to be shown
 
         friend bool operator==(const Failed&, const Failed&) = default;
     };
+    /// The server has it, or has not confirmed it yet.
     enum class Sending { sent, pending };
 
     /// How far the post's sending has come.
@@ -57,6 +59,7 @@ struct TimelineMessage {
 
 /// A row of a view of messages.
 struct TimelineItem {
+    /// The divider above the first unread post.
     using NewMessages = std::monostate;
 
     /// The start of a calendar day, above its posts; a post; the divider above the first one that is unread.

@@ -17,6 +17,7 @@ struct SharedServerStore {
     /// Where the records lie (a location that the platform gives as a file URL). It may not exist yet.
     std::filesystem::path directory;
 
+    /// The store in this directory, which `save` makes where it is missing.
     explicit SharedServerStore(std::filesystem::path directory);
 
     /// The store in the group's container, in "Library/Servers"; nothing where the group has no container.

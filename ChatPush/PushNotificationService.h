@@ -24,12 +24,14 @@ public:
     /// A service whose pipelines stand on the main bundle.
     PushNotificationService();
 
+    /// A service with pipelines of the caller's.
     explicit PushNotificationService(ProcessorFactory makeProcessor);
 
     /// Starts the pipeline in a thread of its own, which keeps this object alive, and returns.
     void didReceive(const UserNotifications::UNNotificationRequest& request,
                     UserNotifications::ContentHandler contentHandler) override;
 
+    /// Answers with the best content so far, in the caller's thread. Of no effect where nothing waits for an answer.
     void serviceExtensionTimeWillExpire() override;
 
 private:

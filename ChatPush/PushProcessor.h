@@ -31,6 +31,7 @@ struct PushProcessor {
     ChatPlatform::CredentialStore credentials;
     std::shared_ptr<Foundation::URLSession> session;  ///< for acknowledgements and pictures
 
+    /// The pipeline on these. Acknowledgements tell the time by the system's clock.
     PushProcessor(std::optional<ChatPlatform::SharedServerStore> servers, ChatPlatform::CredentialStore credentials,
                   std::shared_ptr<Foundation::URLSession> session);
 

@@ -12,6 +12,7 @@ namespace ChatPush::PushSignature {
 /// Why a token was refused.
 class Failure final : public std::exception {
 public:
+    /// In the order in which they are found, but for claims that are not JSON: these are read behind the signature.
     enum class Case {
         malformed,             ///< not three base64url segments, or the claims are not the expected JSON
         invalidKey,            ///< the key is not base64 of a DER P-256 public key

@@ -81,19 +81,25 @@ void OfContent::decode(JSONReader& reader, Delivery& delivery) {
     if (has.intent) delivery.sender = std::move(has.intent->sender);
 }
 
+/// What the extension has not answered for is the push's own word, whatever it says of itself.
+void readPush(Delivery& delivery, bool isAnsweredFor) {
+    auto& userInfo = delivery.content.userInfo;
+    delivery.push = ChatModel::PushPayload::make(userInfo);
+    delivery.isVerified = isAnsweredFor && delivery.push && delivery.push->isVerified;
+    if (!delivery.isVerified) userInfo["verified"] = "false";
+}
+
 }  // namespace
 
 Delivery Delivery::read(std::string_view line) {
     auto [delivery, content] = Foundation::decodeJSON<Line>(line);
-    content.push = ChatModel::PushPayload::make(content.content.userInfo);
-    // What the extension has not answered for is the push's own word.
-    content.isVerified = delivery != "none" && content.push && content.push->isVerified;
+    readPush(content, delivery != "none");
     return content;
 }
 
 Delivery Delivery::unlooked(std::string_view push) {
     Delivery delivery;
     delivery.content = ExtensionHost::contentOfPush(Foundation::parseDictionary(push));
-    delivery.push = ChatModel::PushPayload::make(delivery.content.userInfo);
+    readPush(delivery, false);
     return delivery;
 }

@@ -19,7 +19,7 @@ struct Delivery {
         friend bool operator==(const Sender&, const Sender&) = default;
     };
 
-    UserNotifications::UNMutableNotificationContent content;
+    UserNotifications::UNMutableNotificationContent content;  ///< of what is not verified it says so, to the client too
     std::optional<Sender> sender;                ///< of a message that names one as a person
     std::optional<ChatModel::PushPayload> push;  ///< in the content's user information; nothing where there is none
 

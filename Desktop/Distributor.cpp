@@ -96,7 +96,8 @@ void Distributor::ask() {
 void Distributor::askAmong(const Names& running, const Names& startable) {
     const auto names = distributorsAmong(running, startable);
     toAsk_.assign(names.begin(), names.end());
-    std::stable_partition(toAsk_.begin(), toAsk_.end(), [&](const std::string& name) { return name == preferred_; });
+    const auto preferred = std::find(toAsk_.begin(), toAsk_.end(), preferred_);
+    if (preferred != toAsk_.end()) std::rotate(toAsk_.begin(), preferred, preferred + 1);
     if (toAsk_.empty()) log().log("There is no push distributor: nothing can be received");
     askFirst();
 }

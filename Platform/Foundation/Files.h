@@ -13,6 +13,7 @@ namespace Foundation {
 /// File operations. Each throws `CocoaError`. A path that holds a NUL never reaches the file system: no such file.
 namespace Files {
 
+/// The whole file.
 Data read(const std::filesystem::path& path);
 
 /// The names in a directory, hidden ones too, without "." and "..", in the file system's order.
@@ -21,6 +22,7 @@ std::vector<std::string> names(const std::filesystem::path& directory);
 /// Creates the directory and those above it that are missing, with mode 0700; an existing one is no error.
 void createDirectory(const std::filesystem::path& directory);
 
+/// Removes a file; that there is none is an error.
 void remove(const std::filesystem::path& path);
 
 bool exists(const std::filesystem::path& path);

@@ -20,6 +20,7 @@ struct URLRequest {
     double timeoutInterval = 60;  ///< seconds: for the connection to be made, then for each wait without a byte
 };
 
+/// What was answered; any status is an answer.
 struct HTTPURLResponse {
     int statusCode = 0;  ///< the last answer's, behind all redirects
 };

@@ -36,6 +36,7 @@ struct GenericPasswordQuery {
     std::optional<std::string> accessGroup;
 };
 
+/// What a look-up has found.
 struct SecItemResult {
     OSStatus status = errSecSuccess;
     std::optional<Foundation::Data> data;  ///< present with `errSecSuccess`

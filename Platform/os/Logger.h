@@ -18,6 +18,7 @@ struct Private {
 
 enum class LogLevel { standard, error };
 
+/// A line of the log. What was private in the message has been replaced.
 struct LogEntry {
     LogLevel level;
     std::string subsystem;

@@ -37,11 +37,13 @@ TEST(DeliveryTest, HoldsWhatTheExtensionSays) {
         const auto one = Delivery::read(line(delivery, userInfo));
         EXPECT_EQ(one.push.has_value(), isPush);
         EXPECT_EQ(one.isVerified, isVerified);
+        EXPECT_EQ(Foundation::textOrEmpty(one.content.userInfo, "verified") == "false", !isVerified);
         EXPECT_EQ(one.sender, std::nullopt);
     }
     const auto unlooked = Delivery::unlooked(R"({"type":"clear","verified":"true","aps":{"alert":{"body":"B"},"badge":1}})");
     EXPECT_EQ(unlooked.content.body, "B");
     EXPECT_FALSE(unlooked.isVerified);
+    EXPECT_EQ(Foundation::textOrEmpty(unlooked.content.userInfo, "verified"), "false");
 }
 
 TEST(DeliveryTest, RefusesWhatItDoesNotUnderstand) {

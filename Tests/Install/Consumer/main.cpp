@@ -18,7 +18,7 @@ int main() {
     } catch (const Foundation::DecodingError& error) {
         std::cout << error.what() << '\n';
     }
-    std::cout << Teams::decode(R"({"id":"t1","name":"tessel","display_name":"Tessel","delete_at":0})").displayName << '\n';
+    std::cout << Teams::decode(R"({"id":"","name":"","display_name":"Tessel","delete_at":0})").displayName << '\n';
     const ChatPlatform::SharedServerStore servers("no-servers");
     std::cout << (servers.server("s1") ? "a server" : "no server") << '\n';
     const auto service = std::make_shared<Service>([&servers] {
