@@ -6,8 +6,9 @@
 /// Reads any JSON value; a number too large for a double is an error. Throws `DecodingError`.
 template <>
 struct Foundation::OwnCoder<ChatModel::JSONValue> {
-    static void decode(JSONReader& reader, ChatModel::JSONValue& value);
-    static void encode(JSONWriter& writer, const ChatModel::JSONValue& value);
+    // A specialisation is exported where its template is, unless it says otherwise.
+    [[gnu::visibility("hidden")]] static void decode(JSONReader& reader, ChatModel::JSONValue& value);
+    [[gnu::visibility("hidden")]] static void encode(JSONWriter& writer, const ChatModel::JSONValue& value);
 };
 
 namespace ChatModel {
