@@ -83,10 +83,8 @@ public:
             sections[i].category = std::move(input_.categories[i]);
             sort(rows[i], sections[i].category.sorting);
             sections[i].channels.reserve(rows[i].size());
-            for (auto row = rows[i].cbegin(); row != rows[i].cend(); ++row) {
-                prefetchBehind(row, rows[i].cend());
-                append(*row->listed, sections[i]);
-            }
+            for (const Row& row : rows[i])
+                append(*row.listed, sections[i]);
         }
         return sections;
     }
@@ -183,22 +181,6 @@ private:
                    std::tie(right.first, right.second.listed->title, right.second.position);
         });
         std::transform(keyed.begin(), keyed.end(), first, [](const auto& one) { return one.second; });
-    }
-
-    /// Sorted, the rows' records lie anywhere in memory: what the next ones need is asked for while these are moved.
-    static void prefetchBehind(Rows::const_iterator row, Rows::const_iterator end) {
-        constexpr std::ptrdiff_t ahead = 6;
-        if (end - row > 2 * ahead) prefetch(row[2 * ahead].listed);
-        if (end - row <= ahead) return;
-        prefetch(row[ahead].listed->channel);
-        prefetch(row[ahead].listed->member);
-    }
-
-    template <class Record>
-    static void prefetch(const Record* record) {
-        constexpr std::size_t cacheLine = 64;
-        for (std::size_t offset = 0; offset < sizeof(Record); offset += cacheLine)
-            __builtin_prefetch(reinterpret_cast<const char*>(record) + offset, 1);
     }
 
     void append(Listed& listed, SidebarSection& section) const {
