@@ -12,6 +12,7 @@
 #include <systemd/sd-journal.h>
 
 #include "Foundation/DynamicLibrary.h"
+#include "Foundation/GroupContainer.h"
 #include "Foundation/StandardStreams.h"
 
 namespace os {
@@ -24,8 +25,9 @@ std::function<void(const LogEntry&)>& sink() {
 }
 
 /// Where no journal runs, libsystemd reports success and drops the message: its socket tells.
-bool journalRuns() {
-    return ::access("/run/systemd/journal/socket", W_OK) == 0;
+bool journalIsToBeUsed() {
+    return Foundation::environmentVariable("TESSEL_LOG") != "stderr" &&
+           ::access("/run/systemd/journal/socket", W_OK) == 0;
 }
 
 /// libsystemd's one function that is used. With it come half a dozen libraries, and most pushes log nothing: it is
@@ -72,7 +74,7 @@ void Logger::write(LogLevel level, std::string message) const {
     const LogEntry entry{level, subsystem_, category_, std::move(message)};
     if (sink()) {
         sink()(entry);
-    } else if (!journalRuns() || !writeToJournal(entry)) {
+    } else if (!journalIsToBeUsed() || !writeToJournal(entry)) {
         writeToStandardError(entry);
     }
 }

@@ -27,7 +27,8 @@ struct LogEntry {
 };
 
 /// Writes to the system's log: the journal (fields SUBSYSTEM, CATEGORY, PRIORITY: notice or err), or where no journal
-/// runs one line on standard error, "<level> <subsystem> <category>: <message>" with control characters escaped.
+/// runs, or TESSEL_LOG is "stderr" in the environment, one line on standard error, "<level> <subsystem> <category>:
+/// <message>" with control characters escaped.
 /// Safe to use from several threads. An entry that cannot be written is dropped; nothing but memory exhaustion is
 /// thrown.
 class Logger {
