@@ -120,6 +120,7 @@ TEST_F(ShownNotificationsTest, AreClearedByChannelOrThread) {
     } rows[] = {
         {R"(,"channel_id":"c")", {1, 2}},
         {R"(,"channel_id":"other")", {}},
+        {R"(,"channel_id":"c","server_id":"another")", {}},
         {thread + R"("r")", {2, 3}},
         {thread + R"("")", {1, 2}},
     };
