@@ -79,6 +79,8 @@ int main(int argc, char** argv) {
     try {
         app.parse(argc, argv);
         std::signal(SIGPIPE, SIG_IGN);
+        // A person's command says at the terminal what the service says in the log.
+        if (show->parsed()) os::setLogSink([](const os::LogEntry& entry) { Foundation::reportError(entry.message); });
         const auto path = Foundation::extensionBundlePath(bundle);
         const auto program = programOf(path);
         const auto texts = Desktop::Texts::load(path.parent_path());
