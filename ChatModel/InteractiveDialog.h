@@ -61,7 +61,7 @@ struct InteractiveDialog {
             friend bool operator==(const Select&, const Select&) = default;
         };
 
-        /// Of a type that this version does not know; nothing but the type is kept.
+        /// Of a type that this version does not know. What every element has is kept as of any other.
         struct Unsupported {
             std::string type;
 

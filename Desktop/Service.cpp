@@ -88,7 +88,7 @@ void Service::run() {
     loop_.run();
 }
 
-/// Anyone may name one as often as he likes: it is told once.
+/// Anyone may name one as often as they like: it is told once.
 bool Service::isOurs(const std::string& token) {
     const bool isOurs = token == registration_.token;
     if (!isOurs && !std::exchange(hasToldUnknown_, true))

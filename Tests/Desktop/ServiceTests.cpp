@@ -162,7 +162,7 @@ TEST_F(ServiceTest, TakesTheUsersAnswersToTheClient) {
         EXPECT_EQ(notifications.next(2).body, "Kept");
         EXPECT_TRUE(hasKept({}));
     }
-    // There is no client: the user reads what he has written, whole, even if it can be shown to him only later.
+    // There is no client: the user reads what they have written, whole, even if it can be shown to them only later.
     std::string text = "SECRET <";
     for (int i = 0; i < 3000; ++i) text += 'x';
     notifications.hold();
