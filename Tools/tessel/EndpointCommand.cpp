@@ -4,8 +4,8 @@
 #include "Desktop/StateDirectory.h"
 #include "Foundation/DecodingError.h"
 #include "Foundation/StandardStreams.h"
+#include "tessel/Commands.h"
 #include "tessel/ExitStatus.h"
-#include "tessel/ServerCommands.h"
 
 namespace tessel {
 

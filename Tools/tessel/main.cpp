@@ -10,11 +10,10 @@
 #include "Foundation/FatalError.h"
 #include "Foundation/StandardStreams.h"
 #include "tessel/BundlePath.h"
+#include "tessel/Commands.h"
 #include "tessel/ExitStatus.h"
 #include "tessel/Model.h"
 #include "tessel/PushCommand.h"
-#include "tessel/ServerCommands.h"
-#include "tessel/ViewCommand.h"
 
 namespace {
 
