@@ -66,7 +66,7 @@ function(tessel_library name)
                         $<$<NOT:$<BOOL:${TESSEL_SANITIZE}>>:LINKER:-z,defs>)
     set_target_properties(${name}-shared PROPERTIES
         EXPORT_NAME ${name} OUTPUT_NAME Tessel${name} LINKER_LANGUAGE CXX LINK_DEPENDS "${TESSEL_EXPORTS}"
-        VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+        VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
         LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
     if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr") # there the loader finds the libraries below it by itself
         set_target_properties(${name}-shared PROPERTIES INSTALL_RPATH $ORIGIN)
