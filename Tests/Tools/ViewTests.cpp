@@ -1,3 +1,5 @@
+#include <regex>
+
 #include "Tools/ProgramFixture.h"
 
 // What `tessel view` draws, and what it refuses.
@@ -18,6 +20,14 @@ TEST_F(ViewTest, DrawsWhatTheModelAnswers) {
     }
     EXPECT_EQ(tessel({"view", "timeline"}, "{}").output, "No messages.\n");
     EXPECT_EQ(tessel({"view", "sidebar"}, "{}\r\n").output, "No categories.\n");
+}
+
+TEST_F(ViewTest, DrawsWhatTheREADMEShows) {
+    environment["COLUMNS"] = "60";
+    const std::string checkout = fixtures + "../../", command = "view timeline examples/channel.json\n";
+    const auto drawing = tessel({"view", "timeline", checkout + "examples/channel.json"}).output;
+    const auto shown = std::regex_replace(command + drawing, std::regex("\n(?=.)"), "\n    ") + '\n';
+    EXPECT_THAT(Support::readFile(checkout + "README.md"), testing::HasSubstr(shown));
 }
 
 TEST_F(ViewTest, IsAsWideAsItMayBe) {
