@@ -24,10 +24,10 @@ TEST_F(ViewTest, DrawsWhatTheModelAnswers) {
 
 TEST_F(ViewTest, DrawsWhatTheREADMEShows) {
     environment["COLUMNS"] = "60";
-    const std::string checkout = fixtures + "../../", command = "view timeline examples/channel.json\n";
-    const auto drawing = tessel({"view", "timeline", checkout + "examples/channel.json"}).output;
-    const auto shown = std::regex_replace(command + drawing, std::regex("\n(?=.)"), "\n    ") + '\n';
-    EXPECT_THAT(Support::readFile(checkout + "README.md"), testing::HasSubstr(shown));
+    const std::string checkout = fixtures + "../../", file = "examples/channel.json";
+    const auto shown = file + '\n' + tessel({"view", "timeline", checkout + file}).output + '\n';
+    EXPECT_THAT(Support::readFile(checkout + "README.md"),
+                testing::HasSubstr(std::regex_replace(shown, std::regex("\n(?=.)"), "\n    ")));
 }
 
 TEST_F(ViewTest, IsAsWideAsItMayBe) {
