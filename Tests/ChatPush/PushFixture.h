@@ -39,6 +39,7 @@ struct PushFixture : testing::Test {
 
     PushFixture() {
         ::setenv("LC_ALL", "C", 1);
+        ::setenv("no_proxy", "*", 1);
         ::setenv("TESSEL_KEYCHAIN", ("file:" + (directory / "keychain").string()).c_str(), 1);
         Intents::setDonationSink([](const Intents::INInteraction&) {});
         servers.save(record());
