@@ -1,7 +1,12 @@
 #include "os/Logger.h"
 
-#include <gtest/gtest.h>
+#include <dlfcn.h>
+#include <sched.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
+
+#include "Support/Support.h"
 
 using namespace std::string_literals;
 
@@ -16,6 +21,33 @@ TEST(Logger, WritesOneLineWhereNoJournalRuns) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "default com.example push: a b\\u{a}\\u{1b}[2J\\u{202e}\uFFFD\\u{0}<private>\n"
               "error com.example push: <private>\n");
+}
+
+TEST(Logger, LeavesOutWhatThereIsNoMemoryFor) {
+    os::setLogSink([](const auto&) { throw std::bad_alloc(); });
+    testing::internal::CaptureStderr();
+    EXPECT_NO_THROW(os::Logger("com.example", "push").error("a"));
+    os::setLogSink({});
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "a line of the log is left out: there is not enough memory\n");
+}
+
+TEST(Logger, WritesToTheJournal) {
+    const Support::TemporaryDirectory directory;
+    ASSERT_TRUE(::dlopen("libsystemd.so.0", RTLD_NOW)) << "which the changed root does not have";
+    const auto written = [&] {
+        if (::geteuid() != 0) ::unshare(CLONE_NEWUSER);  // there, anybody may do the next
+        if (::chroot(directory.path().c_str()) != 0 || ::chdir("/") != 0) return ""s;
+        std::filesystem::create_directories("/run/systemd/journal");
+        const int journal = ::socket(AF_UNIX, SOCK_DGRAM, 0);
+        const sockaddr_un address{AF_UNIX, "/run/systemd/journal/socket"};
+        if (::bind(journal, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) return ""s;
+        os::Logger("com.example", "push").error("a\n", os::Private{"canary"});
+        std::string entry(1000, '?');
+        entry.resize(std::max(::recv(journal, entry.data(), entry.size(), MSG_DONTWAIT), ssize_t{0}));
+        return entry;
+    };
+    const auto expected = "MESSAGE\n\x0B\0\0\0\0\0\0\0a\n<private>\nPRIORITY=3\nSUBSYSTEM=com.example\nCATEGORY=push\n"s;
+    EXPECT_EXIT(std::_Exit(written().starts_with(expected) ? 0 : 1), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace
