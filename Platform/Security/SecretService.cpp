@@ -15,6 +15,7 @@
 
 #include "Foundation/DynamicLibrary.h"
 #include "Foundation/UTF8.h"
+#include "Security/Log.h"
 
 namespace Security {
 
@@ -403,8 +404,9 @@ SecItemResult SecretService::perform(Operation operation) const {
         if (result.wait_for(timeout_) == std::future_status::ready) return result.get();
         library.g_cancellable_cancel(cancellable.get());
         GivenUp::shared().insert(cancellable);
-    } catch (const std::runtime_error&) {
+    } catch (const std::runtime_error& error) {
         // The library cannot be loaded, or no thread started.
+        log().error("The secret service cannot be used: ", os::Public{error.what()});
     }
     return {errSecNotAvailable, std::nullopt};
 }
