@@ -1,5 +1,6 @@
 #include "Networking/CurlSession.h"
 
+#include <cmath>
 #include <thread>
 
 #include "DemoServer/Server.h"
@@ -131,6 +132,16 @@ TEST_F(CurlSessionTest, PassesEveryStatusOn) {
     for (const int status : {300, 304, 305, 310, 400})
         EXPECT_EQ(outcomeOf({.status = status, .location = "/elsewhere"}), status);
     for (const int interim : {100, 103, 199}) EXPECT_EQ(outcomeOf({.status = interim}), lost) << "no answer follows it";
+}
+
+TEST_F(CurlSessionTest, WaitsForEachByteAsLongAsItIsAsked) {
+    server.setBehavior(Endpoint::publicPicture, {.isHeld = true});
+    for (const auto& [limit, code] : {std::pair(0.05, Code::timedOut), {0.0, Code::unknown}, {-1.0, Code::unknown},
+                                      {double{NAN}, Code::unknown}})
+        EXPECT_THAT([&] { session.data({*URL::parse(picture), "GET", {}, {}, limit}); },
+                    testing::Throws<URLError>(testing::Property(&URLError::code, code))) << limit;
+    server.setBehavior(Endpoint::publicPicture, {});
+    EXPECT_EQ(session.data({*URL::parse(picture), "GET", {}, {}, 1e300}).second.statusCode, 200);
 }
 
 TEST_F(CurlSessionTest, AsksHTTPServersAlone) {
