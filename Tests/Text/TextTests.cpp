@@ -1,6 +1,10 @@
-#include "Text/Columns.h"
-
 #include <gtest/gtest.h>
+
+#include "Text/CanonicalEquivalence.h"
+#include "Text/Columns.h"
+#include "Text/WhiteSpace.h"
+
+using namespace std::string_literals;
 
 namespace {
 
@@ -14,6 +18,30 @@ TEST(ColumnCount, IsWhatATerminalShows) {
         {"\U0001F1E9\U0001F1EAx", 3}, {"\U0001F469\u200D\U0001F469\u200D\U0001F467\u200D\U0001F466", 2},
         {"\xFF\xE2\x82z\xC3", 4}};
     for (const auto& [text, columns] : rows) EXPECT_EQ(Text::columnCount(text), columns) << text;
+}
+
+TEST(CanonicalEquivalence, IsThatOfUnicode) {
+    const std::tuple<std::string, std::string, bool> rows[] = {
+        {"", "\u0301", false}, {"a", "A", false}, {"\u00E9", "e\u0301", true}, {"\u00E9", "e\u0300", false},
+        {"\u212A", "K", true}, {"\uFB01", "fi", false}, {"\xFF", "a", false}, {"\xFF", "\xFE", true},
+        {"\u1F82\u1F82\u1F82\u1F82\u1F82", "\u1F82\u1F82\u1F82\u1F82\u03B1\u0313\u0300\u0345", true}};
+    for (const auto& [left, right, expected] : rows)
+        for (const auto& [one, other] : {std::pair(left, right), {right, left}})
+            EXPECT_EQ(Text::canonicallyEquivalent(one, other), expected) << one << " and " << other;
+}
+
+TEST(WhiteSpace, IsTrimmedAtBothEndsAlone) {
+    const std::tuple<std::string, std::string, std::string> rows[] = {  // the last without blanks alone
+        {" \t\r\n\v\f", "", "\r\n\v\f"}, {" a \u00A0b\n", "a \u00A0b", "a \u00A0b\n"}, {"\t\n ", "", "\n"},
+        {"\x1F\x0E", "\x1F\x0E", "\x1F\x0E"}, {"\u200B", "\u200B", "\u200B"}, {"a\0 "s, "a\0"s, "a\0"s},
+        {"\u0085\u1680\u2000 \u00E9\U0001F600\u2028\u2029\u3000", "\u00E9\U0001F600",
+         "\u0085\u1680\u2000 \u00E9\U0001F600\u2028\u2029"}, {"\u1680\u2000 \u2028\u3000", "", "\u2028"},
+        {" \xC2", "\xC2", "\xC2"}, {"\xA0 ", "\xA0", "\xA0"}, {"\u0085\xE2\x80", "\xE2\x80", "\u0085\xE2\x80"},
+        {"a\u00A0\x80", "a\u00A0\x80", "a\u00A0\x80"}};
+    for (const auto& [text, trimmed, kept] : rows) {
+        EXPECT_EQ(Text::trimmed(text), trimmed) << testing::PrintToString(text);
+        EXPECT_EQ(Text::trimmedOfBlanks(text), kept) << testing::PrintToString(text);
+    }
 }
 
 }  // namespace
