@@ -1,5 +1,6 @@
 #include "Bundle/Locale.h"
 
+#include <algorithm>
 #include <optional>
 #include <string_view>
 
