@@ -4,7 +4,7 @@
 #include <optional>
 #include <string_view>
 
-#include "Foundation/GroupContainer.h"
+#include "Foundation/Environment.h"
 
 namespace Foundation {
 

@@ -12,7 +12,7 @@
 #include <thread>
 #include <utility>
 
-#include "Foundation/GroupContainer.h"
+#include "Foundation/Environment.h"
 #include "Networking/LibCurl.h"
 
 namespace Foundation {

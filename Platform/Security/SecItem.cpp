@@ -3,7 +3,7 @@
 #include <memory>
 #include <string_view>
 
-#include "Foundation/GroupContainer.h"
+#include "Foundation/Environment.h"
 #include "Security/EmbeddedStore.h"
 #include "Security/Log.h"
 #include "Security/SecretService.h"
