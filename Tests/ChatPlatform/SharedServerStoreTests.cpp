@@ -55,6 +55,8 @@ TEST_F(SharedServerStoreTest, OnlyRecordsAreListed) {
     for (const char* name : {"notes.txt", "S.JSON", ".json", "json"}) Support::writeFile(store.directory / name, "?");
     Support::writeFile(store.directory / ".hidden.json", record("h").json());
     EXPECT_EQ(store.servers().size(), 2U);
+    std::filesystem::create_symlink("nowhere", store.directory / "t.json");
+    EXPECT_THROW((void)store.servers(), CocoaError);
 }
 
 TEST_F(SharedServerStoreTest, OneDamagedFileFailsTheListingAlone) {
@@ -67,9 +69,6 @@ TEST_F(SharedServerStoreTest, OneDamagedFileFailsTheListingAlone) {
     EXPECT_THROW(store.save(record("u")), DecodingError);
     EXPECT_EQ(store.server("s"), record("s"));
     EXPECT_THAT(files(), testing::UnorderedElementsAre("s.json", "t.json"));
-    std::filesystem::remove(store.directory / "t.json");
-    std::filesystem::create_symlink("nowhere", store.directory / "t.json");
-    EXPECT_THROW((void)store.servers(), CocoaError);
 }
 
 TEST(SharedServer, EveryKeyIsRequired) {
@@ -101,8 +100,6 @@ TEST_F(SharedServerStoreTest, FailuresPassThroughAndLoseNothing) {
     // A second record of the same name: only one of them is replaced.
     std::filesystem::copy(store.directory / "s.json", store.directory / "misnamed.json");
     EXPECT_THROW(store.save(record("s")), CocoaError);
-    EXPECT_THAT(files(), testing::UnorderedElementsAre("s.json", "misnamed.json"));
-
     // A file whose record bears another name: what is to be removed is not there.
     std::filesystem::rename(store.directory / "s.json", store.directory / "x");
     for (const auto& name : {std::string("s"), std::string("x\0", 2)}) {

@@ -3,7 +3,6 @@
 #include <functional>
 #include <set>
 
-#include "ChatPlatform/KeychainItems.h"
 #include "ChatPush/PushFixture.h"
 
 using namespace UserNotifications;
@@ -12,16 +11,6 @@ using testing::IsEmpty;
 using enum DemoServer::Endpoint;
 
 namespace {
-
-/// An embedder's stores and session, whose errors may hold anything.
-struct Failing final : ChatPlatform::KeychainItems, Foundation::URLSession {
-    using Location = ChatPlatform::CredentialStore::Location;
-    std::optional<Foundation::Data> read(const Location&, const std::string&) const override { fail(); }
-    void write(const Foundation::Data&, const Location&, const std::string&) const override { fail(); }
-    void remove(const Location&, const std::string&) const override { fail(); }
-    std::pair<Foundation::Data, Foundation::HTTPURLResponse> data(const Foundation::URLRequest&) override { fail(); }
-    [[noreturn]] static void fail() { throw std::runtime_error("canary"); }
-};
 
 struct PushProcessorTest : PushFixture {
     std::vector<UNMutableNotificationContent> updates;
@@ -84,9 +73,10 @@ TEST_F(PushProcessorTest, EachFailureEndsInSomeContent) {
         {"nobody takes donations", [](auto&) { Intents::setDonationSink({}); }, Result{"x", "", false, false, 2, 2},
          {"default The push stays a plain notification: The system takes no donations of interactions."}},
         {"an embedder's parts fail", [&](auto&) {
-             const auto failing = std::make_shared<Failing>();
+             const auto failing = std::make_shared<AtOnce>();
+             failing->begin = [] { throw std::runtime_error("canary"); };
              processor = {servers, {failing, {}, {}}, failing};
-             Intents::setDonationSink([](const auto&) { Failing::fail(); });
+             Intents::setDonationSink([failing](const auto&) { failing->begin(); });
          }, Result{message().body, "", false, false, 1, 0},
          {"error Reading the session token failed: <private>", "default Loading the sender's avatar failed: <private>",
           "default The push stays a plain notification: <private>"}}};

@@ -31,17 +31,14 @@ TEST(CanonicalEquivalence, IsThatOfUnicode) {
 }
 
 TEST(WhiteSpace, IsTrimmedAtBothEndsAlone) {
-    const std::tuple<std::string, std::string, std::string> rows[] = {  // the last without blanks alone
-        {" \t\r\n\v\f", "", "\r\n\v\f"}, {" a \u00A0b\n", "a \u00A0b", "a \u00A0b\n"}, {"\t\n ", "", "\n"},
-        {"\x1F\x0E", "\x1F\x0E", "\x1F\x0E"}, {"\u200B", "\u200B", "\u200B"}, {"a\0 "s, "a\0"s, "a\0"s},
+    const std::tuple<std::string, std::string, std::string> rows[] = {
+        {" \t\r\n\v\f", "", "\r\n\v\f"}, {" a \u00A0b\n", "a \u00A0b", "a \u00A0b\n"}, {"\u200B", "\u200B", "\u200B"},
+        {"\x1F\x0E", "\x1F\x0E", "\x1F\x0E"}, {"a\0 "s, "a\0"s, "a\0"s}, {"a\u00A0\x80", "a\u00A0\x80", "a\u00A0\x80"},
         {"\u0085\u1680\u2000 \u00E9\U0001F600\u2028\u2029\u3000", "\u00E9\U0001F600",
          "\u0085\u1680\u2000 \u00E9\U0001F600\u2028\u2029"}, {"\u1680\u2000 \u2028\u3000", "", "\u2028"},
-        {" \xC2", "\xC2", "\xC2"}, {"\xA0 ", "\xA0", "\xA0"}, {"\u0085\xE2\x80", "\xE2\x80", "\u0085\xE2\x80"},
-        {"a\u00A0\x80", "a\u00A0\x80", "a\u00A0\x80"}};
-    for (const auto& [text, trimmed, kept] : rows) {
-        EXPECT_EQ(Text::trimmed(text), trimmed) << testing::PrintToString(text);
-        EXPECT_EQ(Text::trimmedOfBlanks(text), kept) << testing::PrintToString(text);
-    }
+        {" \xC2", "\xC2", "\xC2"}, {"\xA0 ", "\xA0", "\xA0"}, {"\u0085\xE2\x80", "\xE2\x80", "\u0085\xE2\x80"}};
+    for (const auto& [text, all, blanks] : rows)
+        EXPECT_TRUE(Text::trimmed(text) == all && Text::trimmedOfBlanks(text) == blanks) << testing::PrintToString(text);
 }
 
 }  // namespace
