@@ -3,7 +3,7 @@
 #include <cerrno>
 
 #include "Foundation/CocoaError.h"
-#include "Foundation/GroupContainer.h"
+#include "Foundation/Environment.h"
 
 namespace Desktop {
 
