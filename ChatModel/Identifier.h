@@ -30,7 +30,9 @@ public:
     Identifier(const Identifier& other) : bytes_(other.bytes_) {
         if (other.isOutside()) putOutside(other);
     }
-    Identifier(Identifier&& other) noexcept : bytes_(other.bytes_) { other.bytes_ = {}; }
+    Identifier(Identifier&& other) noexcept : bytes_(other.bytes_) {
+        if (other.isOutside()) other.bytes_ = {};
+    }
     Identifier& operator=(const Identifier& other) { return *this = Identifier(other); }
     Identifier& operator=(Identifier&& other) noexcept {
         std::swap(bytes_, other.bytes_);

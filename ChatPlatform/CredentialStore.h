@@ -52,10 +52,11 @@ struct CredentialStore {
     Location current;
     std::optional<Location> legacy;
 
-    /// The store on the system's keychain.
+    /// The store on the system's keychain. The legacy service must be another than "com.norvane.tessel.session", the
+    /// current one: a location without a group matches the moved item too, which would be removed with it.
     explicit CredentialStore(std::string accessGroup, std::optional<std::string> legacyService = std::nullopt);
 
-    /// The store on other items.
+    /// The store on other items. Here too the services of the two locations must differ.
     CredentialStore(std::shared_ptr<const KeychainItems> items, Location current, std::optional<Location> legacy);
 
     /// The token, ill-formed UTF-8 in it replaced by U+FFFD; absent where there is none. Throws `Failure`.

@@ -1,5 +1,7 @@
 #include "ChatPlatform/SharedServerStore.h"
 
+#include <cerrno>
+#include <system_error>
 #include <utility>
 
 #include "Foundation/Files.h"
@@ -13,8 +15,14 @@ namespace {
 
 constexpr const char* extension = ".json";
 
-SharedServer recordIn(const std::filesystem::path& file) {
-    return SharedServer::fromJSON(Foundation::textView(Files::read(file)));
+/// Nothing where there is no such file.
+std::optional<SharedServer> recordIn(const std::filesystem::path& file) {
+    try {
+        return SharedServer::fromJSON(Foundation::textView(Files::read(file)));
+    } catch (const CocoaError& error) {
+        if (error.code() != CocoaError::Code::fileReadNoSuchFile) throw;
+        return std::nullopt;
+    }
 }
 
 }  // namespace
@@ -40,18 +48,20 @@ std::vector<SharedServer> SharedServerStore::servers() const {
         if (error.code() != CocoaError::Code::fileReadNoSuchFile) throw;
     }
     std::vector<SharedServer> servers;
-    for (const auto& name : names)
-        if (std::filesystem::path(name).extension() == extension) servers.push_back(recordIn(directory / name));
+    for (const auto& name : names) {
+        const auto file = directory / name;
+        if (file.extension() != extension) continue;
+        if (auto server = recordIn(file))
+            servers.push_back(*std::move(server));
+        else if (std::error_code none; std::filesystem::is_symlink(file, none))
+            throw CocoaError(CocoaError::Operation::read, ENOENT, file);
+        // Else another process has removed it since its name was read.
+    }
     return servers;
 }
 
 std::optional<SharedServer> SharedServerStore::server(const std::string& serverID) const {
-    try {
-        return recordIn(file(serverID));
-    } catch (const CocoaError& error) {
-        if (error.code() != CocoaError::Code::fileReadNoSuchFile) throw;
-        return std::nullopt;
-    }
+    return recordIn(file(serverID));
 }
 
 std::optional<SharedServer> SharedServerStore::server(const Foundation::URL& url) const {
@@ -63,11 +73,17 @@ std::optional<SharedServer> SharedServerStore::server(const Foundation::URL& url
 void SharedServerStore::save(const SharedServer& server) const {
     Files::createDirectory(directory);
     const auto target = file(server.serverID);
-    // A record of the same name is not removed but replaced. Where its file is missing, the removal fails in its turn.
+    // A record of the same name is not removed but replaced. Where its file is missing, or a second record bears the
+    // name, there is nothing to remove for it.
     std::vector<std::filesystem::path> others;
-    for (const auto& old : servers())
-        if (old.url == server.url && (old.serverID != server.serverID || !Files::exists(target)))
+    bool canBeReplaced = Files::exists(target);
+    for (const auto& old : servers()) {
+        if (old.url != server.url) continue;
+        if (old.serverID != server.serverID)
             others.push_back(file(old.serverID));
+        else if (!std::exchange(canBeReplaced, false))
+            throw CocoaError(CocoaError::Operation::remove, ENOENT, target);
+    }
     // From the removal of an old record to the appearance of the new one there is no record of the URL: everything that
     // takes time is done before.
     Files::AtomicWrite(target, Foundation::bytes(server.json())).commit(others);

@@ -23,7 +23,8 @@ struct SharedServerStore {
     /// The store in the group's container, in "Library/Servers"; nothing where the group has no container.
     static std::optional<SharedServerStore> make(const AppGroup& group);
 
-    /// Every record, in the file system's order. One damaged file makes the whole listing fail.
+    /// Every record, in the file system's order. One damaged file makes the whole listing fail; one that is removed
+    /// meanwhile is left out.
     std::vector<SharedServer> servers() const;
 
     /// The record of an identifier, which becomes part of the path as it stands.
@@ -32,7 +33,8 @@ struct SharedServerStore {
     /// The first record of a URL, compared by its spelling.
     std::optional<SharedServer> server(const Foundation::URL& url) const;
 
-    /// Stores the record and deletes every other one of the same URL.
+    /// Stores the record and deletes every other one of the same URL. These are looked for under their identifiers'
+    /// names: one that lies in a file of another name is an error.
     void save(const SharedServer& server) const;
 
     /// Deletes every record of the URL; the first failure ends it.

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
+#include "ChatPush/PushAckCoding.h"
 #include "Foundation/FatalError.h"
-#include "Foundation/JSONCoding.h"
 
 using ChatPush::PushAck;
 
@@ -26,19 +26,6 @@ constexpr auto Foundation::fields<Body> = std::tuple{
     required("id", &Body::id),          required("platform", &Body::platform),
     required("type", &Body::type),      required("received_at", &Body::receivedAt),
     optional("post_id", &Body::postID), required("is_id_loaded", &Body::isIDLoaded),
-};
-
-template <>
-constexpr auto Foundation::fields<PushAck::Message> = std::tuple{
-    defaulted("message", &PushAck::Message::message),
-    defaulted("channel_name", &PushAck::Message::channelName),
-    defaulted("sender_id", &PushAck::Message::senderID),
-    defaulted("sender_name", &PushAck::Message::senderName),
-    defaulted("root_id", &PushAck::Message::rootID),
-    defaulted("team_id", &PushAck::Message::teamID),
-    defaulted("override_username", &PushAck::Message::overrideUsername),
-    defaulted("override_icon_url", &PushAck::Message::overrideIconURL),
-    defaulted("from_webhook", &PushAck::Message::fromWebhook),
 };
 
 namespace ChatPush {

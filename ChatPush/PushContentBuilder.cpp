@@ -1,7 +1,9 @@
 #include "ChatPush/PushContentBuilder.h"
 
-#include <array>
+#include <tuple>
 #include <utility>
+
+#include "ChatPush/PushAckCoding.h"
 
 namespace ChatPush::PushContentBuilder {
 
@@ -24,19 +26,11 @@ void configure(UNMutableNotificationContent& content, const PushPayload& push) {
 void apply(const PushAck::Message& message, UNMutableNotificationContent& content) {
     content.body = message.message;
     if (!message.channelName.empty()) content.title = message.channelName;
-    const std::array<std::pair<const char*, const std::string*>, 9> values = {{
-        {"channel_name", &message.channelName},
-        {"sender_id", &message.senderID},
-        {"sender_name", &message.senderName},
-        {"root_id", &message.rootID},
-        {"team_id", &message.teamID},
-        {"override_username", &message.overrideUsername},
-        {"override_icon_url", &message.overrideIconURL},
-        {"from_webhook", &message.fromWebhook},
-        {"message", &message.message},
-    }};
-    for (const auto& [key, value] : values)
-        if (!value->empty()) content.userInfo.insert_or_assign(key, *value);
+    const auto put = [&](const auto& field) {
+        const std::string& value = message.*field.member;
+        if (!value.empty()) content.userInfo.insert_or_assign(std::string(field.key), value);
+    };
+    std::apply([&](const auto&... field) { (put(field), ...); }, Foundation::fields<PushAck::Message>);
 }
 
 std::optional<Foundation::URL> avatarURL(const PushPayload& push, const Foundation::URL& server) {

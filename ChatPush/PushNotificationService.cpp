@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "Bundle/Bundle.h"
+#include "ChatPush/Log.h"
 #include "ChatPush/PushContentBuilder.h"
-#include "os/Logger.h"
 
 namespace ChatPush {
 
@@ -53,7 +53,7 @@ void PushNotificationService::process(UNMutableNotificationContent content) noex
 void PushNotificationService::deliverBest(const std::exception& fault) noexcept {
     try {
         serviceExtensionTimeWillExpire();
-        os::Logger("com.norvane.tessel", "Push").error("The push pipeline stopped: ", os::Private{fault.what()});
+        log().error("The push pipeline stopped: ", os::Private{fault.what()});
     } catch (const std::exception&) {
         // Without memory for the log line there is none for telling so either; the content came first.
     }
@@ -70,8 +70,13 @@ void PushNotificationService::deliver(const Content& content) {
 }
 
 void PushNotificationService::serviceExtensionTimeWillExpire() {
-    const auto best = state_.withLock([](State& state) { return state.best; });
-    if (best) deliver(*best);
+    ContentHandler handler;
+    // In one step: between two a second request could come, and be answered with the first one's content.
+    const auto best = state_.withLock([&](State& state) {
+        if (state.best) std::swap(state.handler, handler);
+        return state.best;
+    });
+    if (handler) handler(*best);
 }
 
 }  // namespace ChatPush

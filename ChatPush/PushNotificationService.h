@@ -15,7 +15,8 @@ namespace ChatPush {
 ///
 /// A second request before the first was answered takes the first one's place: its handler is never called, and the
 /// first one's task answers the second. A host that wants each answered gives each an object of its own. Objects are
-/// to be made shared. Safe to call from several threads.
+/// to be made shared. Safe to call from several threads. A program in which a task may still wait leaves by
+/// `std::_Exit`: the task must not meet what exit handlers tear down.
 class PushNotificationService : public UserNotifications::UNNotificationServiceExtension {
 public:
     /// Makes a request's pipeline, in the request's thread.

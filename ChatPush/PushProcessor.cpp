@@ -3,11 +3,11 @@
 #include <exception>
 #include <utility>
 
+#include "ChatPush/Log.h"
 #include "ChatPush/PushAck.h"
 #include "ChatPush/PushContentBuilder.h"
 #include "ChatPush/PushSignature.h"
 #include "ChatPush/ResourceBundle.h"
-#include "os/Logger.h"
 
 namespace ChatPush {
 
@@ -18,15 +18,6 @@ using ChatPlatform::SharedServerStore;
 using os::Private;
 using os::Public;
 using UserNotifications::UNNotificationContent;
-
-namespace {
-
-const os::Logger& logger() {
-    static const os::Logger shared("com.norvane.tessel", "Push");
-    return shared;
-}
-
-}  // namespace
 
 PushProcessor::PushProcessor(std::optional<SharedServerStore> serverStore, CredentialStore credentialStore,
                              std::shared_ptr<Foundation::URLSession> urlSession)
@@ -49,13 +40,13 @@ PushProcessor::Prepared PushProcessor::prepare(MutableContent content,
 
     auto server = sender(*push);
     if (!server || !push->signature) {
-        logger().log("A push from an unknown server or without a signature");
+        log().log("A push from an unknown server or without a signature");
         return unverified(std::move(content), update);
     }
     try {
         PushSignature::verify(*push->signature, server->signingKey, push->ackID, server->deviceToken);
     } catch (const PushSignature::Failure& failure) {
-        logger().log("A push failed verification: ", Public{failure.what()});
+        log().log("A push failed verification: ", Public{failure.what()});
         return unverified(std::move(content), update);
     }
 
@@ -78,7 +69,7 @@ std::optional<SharedServer> PushProcessor::sender(const PushPayload& push) const
     try {
         return servers->server(push.serverID);
     } catch (const std::exception& error) {
-        logger().error("Reading the server of a push failed: ", Private{error.what()});
+        log().error("Reading the server of a push failed: ", Private{error.what()});
         return std::nullopt;
     }
 }
@@ -93,8 +84,11 @@ PushProcessor::Prepared PushProcessor::unverified(MutableContent content,
 std::optional<std::string> PushProcessor::sessionToken(const SharedServer& server) const {
     try {
         return credentials.token(server.url);
+    } catch (const CredentialStore::Failure& failure) {
+        log().error("Reading the session token failed: ", Public{failure.what()});
+        return std::nullopt;
     } catch (const std::exception& error) {
-        logger().error("Reading the session token failed: ", Public{error.what()});
+        log().error("Reading the session token failed: ", Private{error.what()});
         return std::nullopt;
     }
 }
@@ -106,7 +100,7 @@ void PushProcessor::acknowledge(const PushPayload& push, const SharedServer& ser
     try {
         message = PushAck{server.url, token, session}.send(push, Foundation::Date::now());
     } catch (const std::exception& error) {
-        logger().error("Acknowledging a push failed: ", Private{error.what()});
+        log().error("Acknowledging a push failed: ", Private{error.what()});
     }
     if (!message) return;
     PushContentBuilder::apply(*message, content);
@@ -123,8 +117,10 @@ std::optional<Foundation::Data> PushProcessor::avatar(const Prepared& prepared) 
     try {
         auto [data, response] = session->data(request);
         if (response.statusCode == 200) return std::move(data);
+    } catch (const Foundation::URLError& error) {
+        log().log("Loading the sender's avatar failed: ", Public{error.what()});
     } catch (const std::exception& error) {
-        logger().log("Loading the sender's avatar failed: ", Public{error.what()});
+        log().log("Loading the sender's avatar failed: ", Private{error.what()});
     }
     return std::nullopt;
 }
@@ -137,8 +133,11 @@ UNNotificationContent PushProcessor::communicationContent(Prepared prepared) con
     try {
         Intents::INInteraction{intent, Intents::INInteractionDirection::incoming}.donate();
         return content.updating(intent);
+    } catch (const Intents::INIntentError& error) {
+        log().log("The push stays a plain notification: ", Public{error.what()});
+        return content;
     } catch (const std::exception& error) {
-        logger().log("The push stays a plain notification: ", Public{error.what()});
+        log().log("The push stays a plain notification: ", Private{error.what()});
         return content;
     }
 }

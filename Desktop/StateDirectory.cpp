@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "Foundation/GroupContainer.h"
+#include "Foundation/Environment.h"
 
 namespace Desktop {
 

@@ -1,5 +1,5 @@
 # The Debian packages that CPack makes, one of each component. The preset "package" builds what goes into them.
-set(libraries_package libtesselkit${PROJECT_VERSION_MAJOR})
+set(libraries_package libtesselkit${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME tesselkit)

@@ -26,6 +26,8 @@ function(tessel_library name)
     cmake_path(GET CMAKE_CURRENT_SOURCE_DIR PARENT_PATH include_root)
     file(GLOB headers RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}" CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.h")
     list(REMOVE_ITEM headers ${ARG_PRIVATE_HEADERS})
+    list(TRANSFORM ARG_PRIVATE_HEADERS PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/" OUTPUT_VARIABLE private_headers)
+    set_property(GLOBAL APPEND PROPERTY TESSEL_PRIVATE_HEADERS ${private_headers})
     set(archive_dependencies ${ARG_PRIVATE})
     if(TESSEL_SQLITE_ARCHIVE)
         list(TRANSFORM archive_dependencies REPLACE "^PkgConfig::sqlite3$"
@@ -66,7 +68,7 @@ function(tessel_library name)
                         $<$<NOT:$<BOOL:${TESSEL_SANITIZE}>>:LINKER:-z,defs>)
     set_target_properties(${name}-shared PROPERTIES
         EXPORT_NAME ${name} OUTPUT_NAME Tessel${name} LINKER_LANGUAGE CXX LINK_DEPENDS "${TESSEL_EXPORTS}"
-        VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+        VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
         LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
     if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr") # there the loader finds the libraries below it by itself
         set_target_properties(${name}-shared PROPERTIES INSTALL_RPATH $ORIGIN)

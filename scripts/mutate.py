@@ -2,7 +2,7 @@
 
     scripts/mutate [--list] [--match TEXT] [--sample N [--seed S]] [--jobs N] [FILE…]
 
-FILE: a source of a folder that has tests; without any, the rules below. A changed source, a mutant, is compiled beside
+FILE: a source of a library that has tests; without any, the rules below. A changed source, a mutant, is compiled beside
 the build in build/mutants and linked, instead of the original, into the programs that judge it: the tests of its
 folder, and the fuzz target of its name with the seeds. The checkout is only read. A mutant that all of them pass
 survives. It needs a test or, where none could see it, a reason in mutate-reasons.txt. Status 1: a survivor has no
@@ -157,7 +157,9 @@ class Judge:
 
 
 def judges_of(file):
-    folder, name = pathlib.Path(file).parent, pathlib.Path(file).stem
+    folder, name = pathlib.Path(file).parent.name, pathlib.Path(file).stem
+    if not (ROOT / "Tests" / folder).is_dir():
+        sys.exit(f"{file}: only a source of a library that has tests can be judged")
     quiet = ["--gtest_brief=1", "--gtest_fail_fast"]
     own, others = f"--gtest_filter=*{name}*:-*LongTest.*", f"--gtest_filter=-*{name}*:*LongTest.*"
     yield Judge(f"{folder}Tests", [[*quiet, own], [*quiet, others]])

@@ -48,6 +48,7 @@ SignedIn::SignedIn() : group_(extensionGroup()) {
     url_ = Foundation::URL::parse({url.data(), static_cast<std::size_t>(length)}).value();
 
     ::setenv("LC_ALL", "C", 1);
+    ::setenv("no_proxy", "*", 1);
     ::setenv("TESSEL_GROUP_CONTAINERS", (directory_ / "containers").c_str(), 1);
     ::setenv("TESSEL_KEYCHAIN", ("file:" + (directory_ / "keychain").string()).c_str(), 1);
     ChatPlatform::SharedServerStore::make(group_)->save(

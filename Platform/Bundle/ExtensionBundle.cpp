@@ -2,7 +2,7 @@
 
 #include <system_error>
 
-#include "Foundation/GroupContainer.h"
+#include "Foundation/Environment.h"
 
 namespace Foundation {
 

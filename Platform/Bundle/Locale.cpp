@@ -1,9 +1,10 @@
 #include "Bundle/Locale.h"
 
+#include <algorithm>
 #include <optional>
 #include <string_view>
 
-#include "Foundation/GroupContainer.h"
+#include "Foundation/Environment.h"
 
 namespace Foundation {
 

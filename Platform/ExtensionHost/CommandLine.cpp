@@ -48,7 +48,7 @@ std::variant<CommandLine, int> parseCommandLine(int argc, char** argv, const std
         ->check(CLI::Range(1, 1024))
         ->type_name("N")
         ->capture_default_str();
-    app.add_option("--format", format, "json: one object per line; text: a picture for people")
+    app.add_option("--format", format, "json: one object per line; text: a card for people")
         ->check(CLI::IsMember({"json", "text"}))
         ->capture_default_str();
     app.add_flag("--no-donations", noDonations, "Accept no donation, as where the platform refuses them");

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <thread>
 #include <utility>
 
 #include "ExtensionHost/ContentJSON.h"
@@ -23,7 +24,7 @@ using UserNotifications::UNNotificationRequest;
 namespace {
 
 const os::Logger& logger() {
-    static const os::Logger shared("com.norvane.tessel", "ExtensionHost");
+    static constexpr os::Logger shared("com.norvane.tessel", "ExtensionHost");
     return shared;
 }
 
@@ -64,7 +65,7 @@ private:
     void start(const RequestPointer& request);
     void schedule(const RequestPointer& request, Clock::time_point when);
     void takeStep(const RequestPointer& request);
-    void deliver(const RequestPointer& request, Delivery delivery, UNNotificationContent content);
+    bool deliver(const RequestPointer& request, Delivery delivery, UNNotificationContent content);
     std::size_t lateTasks() const { return alive_ > pending_ ? alive_ - pending_ : 0; }
     bool takeDonation(const std::shared_ptr<const INSendMessageIntent>& intent);
 
@@ -147,8 +148,9 @@ void Host::Core::start(const RequestPointer& request) {
         service->didReceive({.identifier = std::to_string(request->index), .content = request->content},
                             [core = shared_from_this(), request](UNNotificationContent content) {
                                 const bool announced = announcingTo == request.get();
-                                core->deliver(request, announced ? Delivery::expired : Delivery::completed,
-                                              std::move(content));
+                                const auto delivery = announced ? Delivery::expired : Delivery::completed;
+                                if (!core->deliver(request, delivery, std::move(content)))
+                                    logger().error("The extension answered a request that had been delivered");
                             });
     } catch (const std::exception& error) {
         deliver(request, Delivery::none, request->content);
@@ -213,7 +215,8 @@ void Host::Core::takeStep(const RequestPointer& request) {
     schedule(request, Clock::now() + options_.grace);
 }
 
-void Host::Core::deliver(const RequestPointer& request, Delivery delivery, UNNotificationContent content) {
+/// False, and of no effect, where the request has been delivered before.
+bool Host::Core::deliver(const RequestPointer& request, Delivery delivery, UNNotificationContent content) {
     const auto time = Clock::now() - request->received;
     std::shared_ptr<Service> service;  // let go of behind the lock
     bool isFirst = false;
@@ -223,10 +226,7 @@ void Host::Core::deliver(const RequestPointer& request, Delivery delivery, UNNot
         if (isFirst) timetable_.erase({request->nextStep, request->index});
         service.swap(request->service);
     }
-    if (!isFirst) {
-        logger().error("The extension answered a request that had been delivered");
-        return;
-    }
+    if (!isFirst) return false;
 
     try {
         const std::lock_guard lock(deliveryMutex_);
@@ -238,6 +238,7 @@ void Host::Core::deliver(const RequestPointer& request, Delivery delivery, UNNot
     const std::lock_guard lock(mutex_);
     --pending_;
     roomChanged_.notify_all();
+    return true;
 }
 
 bool Host::Core::finish(std::chrono::milliseconds bound) {

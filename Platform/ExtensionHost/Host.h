@@ -57,7 +57,7 @@ public:
 
     /// Makes a request of the push, as soon as there is room for one. False, and no request, once `expire` was called.
     /// Throws `std::bad_alloc`, and there is no request; one that is made is delivered, whatever fails later.
-    /// To be called by one thread at a time.
+    /// To be called by one thread at a time; the indices of pushes are to differ.
     bool receive(Push push);
 
     /// Announces the end of time to every request in progress, whatever its limit.

@@ -57,7 +57,7 @@ std::string line(const DeliveredPush& push, bool images) {
     return std::move(writer).text() + '\n';
 }
 
-std::string picture(const DeliveredPush& push) {
+std::string cardOf(const DeliveredPush& push) {
     Foundation::JSONWriter time;
     time.value(std::round(push.time.count() * 10) / 10);
     std::string heading = std::to_string(push.index) + " · " + name(push.delivery) + " · " + time.text() + " ms";
@@ -138,7 +138,7 @@ void main(int argc, char** argv, const std::function<void()>& checkBundle, Host:
     EndSignals signals;
     std::atomic<bool> allGood = true;
     Host host(settings.host, std::move(makeService), [&](const DeliveredPush& push) {
-        const auto text = [&](bool images) { return settings.asJSON ? line(push, images) : picture(push); };
+        const auto text = [&](bool images) { return settings.asJSON ? line(push, images) : cardOf(push); };
         try {
             std::string made;
             try {

@@ -1,5 +1,6 @@
 #include "Foundation/Base64.h"
 
+#include <algorithm>
 #include <array>
 
 namespace Foundation {

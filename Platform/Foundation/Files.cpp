@@ -18,10 +18,14 @@ namespace {
 
 using Operation = CocoaError::Operation;
 
-/// The path for a system call; a NUL in it would cut it short and name another file.
+/// A NUL would cut the path short, and name another file.
+bool holdsNUL(const std::filesystem::path& path) {
+    return path.native().find('\0') != std::string::npos;
+}
+
+/// The path for a system call.
 const char* systemPath(const std::filesystem::path& path, Operation operation) {
-    if (path.native().find('\0') != std::string::npos)
-        throw CocoaError(operation, operation == Operation::write ? EINVAL : ENOENT, path);
+    if (holdsNUL(path)) throw CocoaError(operation, operation == Operation::write ? EINVAL : ENOENT, path);
     return path.c_str();
 }
 
@@ -97,7 +101,7 @@ void remove(const std::filesystem::path& path) {
 }
 
 bool exists(const std::filesystem::path& path) {
-    return path.native().find('\0') == std::string::npos && ::access(path.c_str(), F_OK) == 0;
+    return !holdsNUL(path) && ::access(path.c_str(), F_OK) == 0;
 }
 
 // The destructor runs for a constructor that throws once this one is done.
@@ -170,8 +174,12 @@ void AtomicWrite::commit(const std::vector<std::filesystem::path>& predecessors)
     std::vector<std::filesystem::path> names;
     for (const auto& predecessor : predecessors)
         names.push_back(hiddenName(directoryOf(predecessor)));
+    const auto moveAside = [&](std::size_t i) {
+        errno = ENOENT;
+        return !holdsNUL(predecessors[i]) && ::rename(predecessors[i].c_str(), names[i].c_str()) == 0;
+    };
     std::size_t count = 0;
-    while (count < names.size() && ::rename(predecessors[count].c_str(), names[count].c_str()) == 0)
+    while (count < names.size() && moveAside(count))
         ++count;
     const int failure = errno;
     const bool areOutOfTheWay = count == names.size();

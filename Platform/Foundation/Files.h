@@ -10,7 +10,8 @@
 
 namespace Foundation {
 
-/// File operations. Each throws `CocoaError`. A path that holds a NUL never reaches the file system: no such file.
+/// File operations. Each throws `CocoaError`. A path that holds a NUL never reaches the file system: no such file, or
+/// where one is to be written an invalid name.
 namespace Files {
 
 /// The whole file.
@@ -40,8 +41,9 @@ public:
     AtomicWrite(const AtomicWrite&) = delete;
     AtomicWrite& operator=(const AtomicWrite&) = delete;
 
-    /// Removes the predecessors, in this order and up to the first failure, and at once puts the file in its place; where
-    /// that fails, the predecessors are as they were.
+    /// Removes the predecessors, in this order, and at once puts the file in its place. Where a removal fails, those
+    /// before it stay removed and the file is not put in place; where the putting fails, all predecessors are as they
+    /// were.
     void commit(const std::vector<std::filesystem::path>& predecessors = {});
 
 private:

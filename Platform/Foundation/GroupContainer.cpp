@@ -1,14 +1,8 @@
 #include "Foundation/GroupContainer.h"
 
-#include <cstdlib>
+#include "Foundation/Environment.h"
 
 namespace Foundation {
-
-std::optional<std::string_view> environmentVariable(const char* name) {
-    const char* value = std::getenv(name);
-    if (value == nullptr || *value == '\0') return std::nullopt;
-    return value;
-}
 
 std::optional<std::filesystem::path> containerURL(std::string_view applicationGroupIdentifier) {
     std::filesystem::path containers;

@@ -6,9 +6,6 @@
 
 namespace Foundation {
 
-/// The variable's value; absent where it is unset or empty.
-std::optional<std::string_view> environmentVariable(const char* name);
-
 /// The directory that the programs of one application group share: one per group identifier in
 /// $TESSEL_GROUP_CONTAINERS, else in $XDG_DATA_HOME/group-containers, else in ~/.local/share/group-containers.
 /// Absent where none of these is known. The directory may not exist yet; whoever writes there creates it.

@@ -63,10 +63,12 @@ std::optional<std::int64_t> exactInteger(std::string_view text) {
     std::int64_t exponent = 0;
     if (exponentAt < text.size()) {
         const std::string_view written = text.substr(exponentAt + (text[exponentAt + 1] == '+' ? 2 : 1));
-        // One that is too large for this is too large for any integer but 0.
-        if (std::from_chars(written.data(), written.data() + written.size(), exponent).ec != std::errc())
-            exponent = written.front() == '-' ? std::numeric_limits<std::int32_t>::min()
-                                              : std::numeric_limits<std::int32_t>::max();
+        // One that is too large for this is too large for any integer but 0, and the digits leave it in 64 bits.
+        std::int32_t value = 0;
+        if (std::from_chars(written.data(), written.data() + written.size(), value).ec != std::errc())
+            value = written.front() == '-' ? std::numeric_limits<std::int32_t>::min()
+                                           : std::numeric_limits<std::int32_t>::max();
+        exponent = value;
     }
     if (point < exponentAt) {
         digits.append(text.substr(point + 1, exponentAt - point - 1));

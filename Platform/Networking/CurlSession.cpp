@@ -2,22 +2,18 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdlib>
 #include <memory>
 #include <new>
 #include <optional>
-#include <stdexcept>
 #include <string_view>
 #include <system_error>
 #include <thread>
 #include <utility>
 
-#include <curl/curl.h>
-#include <openssl/x509_vfy.h>
-
-#include "Foundation/DynamicLibrary.h"
-#include "Foundation/GroupContainer.h"
-#include "os/Logger.h"
+#include "Foundation/Environment.h"
+#include "Networking/LibCurl.h"
 
 namespace Foundation {
 
@@ -25,65 +21,10 @@ namespace {
 
 using Code = URLError::Code;
 
-/// libcurl, and more than thirty libraries behind it: they take longer to load than all that a push needs in front of
-/// its first request.
-struct Library {
-    /// Throws `URLError` where it cannot be loaded.
-    static const Library& shared() {
-        try {
-            static const Library library;
-            return library;
-        } catch (const std::runtime_error& error) {
-            os::Logger("com.norvane.tessel", "Networking").error("No request can be made: ", os::Public{error.what()});
-            throw URLError(Code::unknown);
-        }
-    }
-
-    DynamicLibrary library{"libcurl.so.4", DynamicLibrary::Binding::atCall};  // half a millisecond of a start
-#define TESSEL_FUNCTION(name) decltype(::name)* const name = library.function<decltype(::name)>(#name)
-    TESSEL_FUNCTION(curl_easy_cleanup);
-    TESSEL_FUNCTION(curl_easy_getinfo);
-    TESSEL_FUNCTION(curl_easy_init);
-    TESSEL_FUNCTION(curl_easy_perform);
-    TESSEL_FUNCTION(curl_easy_setopt);
-    TESSEL_FUNCTION(curl_global_init);
-    TESSEL_FUNCTION(curl_slist_append);
-    TESSEL_FUNCTION(curl_slist_free_all);
-    TESSEL_FUNCTION(curl_strequal);
-#undef TESSEL_FUNCTION
-
-private:
-    Library() {
-        if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) throw URLError(Code::unknown);
-    }
-};
-
-/// Loads it, or waits until another thread has.
-void load() {
-    try {
-        (void)Library::shared();
-    } catch (const std::exception&) {
-        // It is told, and met by each request in its turn.
-    }
-}
-
-/// Whether two ASCII texts are equal but for the case of their letters.
-bool equalIgnoringCase(const std::string& left, const char* right) {
-    return Library::shared().curl_strequal(left.c_str(), right) != 0;
-}
-
-struct HeaderListRelease {
-    void operator()(curl_slist* list) const { Library::shared().curl_slist_free_all(list); }
-};
-using HeaderList = std::unique_ptr<curl_slist, HeaderListRelease>;
-
-struct HandleRelease {
-    void operator()(CURL* handle) const { Library::shared().curl_easy_cleanup(handle); }
-};
-
 using Clock = std::chrono::steady_clock;
 
 constexpr int maximumRedirects = 20;
+constexpr double longestPatience = 2e6;  // seconds; libcurl keeps milliseconds in an int
 constexpr std::size_t maximumHead = std::size_t{256} << 10;
 
 /// One exchange with a server: what the callbacks fill and watch.
@@ -129,74 +70,18 @@ std::size_t receiveHeader(char* bytes, std::size_t size, std::size_t count, void
     return line.size();
 }
 
+/// Called when the connection stands: what it took is not part of the wait for an answer.
+int beginExchange(void* target, char*, char*, int, int) noexcept {
+    static_cast<Exchange*>(target)->lastByte = Clock::now();
+    return CURL_PREREQFUNC_OK;
+}
+
 /// Called at least once a second. libcurl's own limit is on the mean speed, which a slow but steady server misses.
 int watch(void* target, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent) noexcept {
     auto& exchange = *static_cast<Exchange*>(target);
     if (std::exchange(exchange.sent, sent) != sent) exchange.lastByte = Clock::now();
     exchange.timedOut = Clock::now() - exchange.lastByte > exchange.patience;
     return exchange.timedOut ? 1 : 0;
-}
-
-/// Why the certificate was refused, in the numbers of the TLS library that libcurl stands on. A certificate that is
-/// good but for another name has none.
-Code certificateCode(CURL* handle) {
-    long reason = X509_V_OK;
-    Library::shared().curl_easy_getinfo(handle, CURLINFO_SSL_VERIFYRESULT, &reason);
-    switch (reason) {
-        case X509_V_ERR_CERT_HAS_EXPIRED:
-            return Code::serverCertificateHasBadDate;
-        case X509_V_ERR_CERT_NOT_YET_VALID:
-            return Code::serverCertificateNotYetValid;
-        case X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT:
-        case X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN:
-        case X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT:
-        case X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY:
-        case X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE:
-            return Code::serverCertificateHasUnknownRoot;
-        default:
-            return Code::serverCertificateUntrusted;
-    }
-}
-
-Code codeFor(CURLcode result, CURL* handle) {
-    switch (result) {
-        case CURLE_URL_MALFORMAT:
-            return Code::unsupportedURL;
-        case CURLE_COULDNT_RESOLVE_PROXY:
-        case CURLE_COULDNT_RESOLVE_HOST:
-            return Code::cannotFindHost;
-        case CURLE_COULDNT_CONNECT:
-            return Code::cannotConnectToHost;
-        case CURLE_OPERATION_TIMEDOUT:
-            return Code::timedOut;
-        case CURLE_PEER_FAILED_VERIFICATION:
-            return certificateCode(handle);
-        case CURLE_SSL_CONNECT_ERROR:
-        case CURLE_SSL_CIPHER:
-        case CURLE_SSL_CACERT_BADFILE:
-            return Code::secureConnectionFailed;
-        case CURLE_GOT_NOTHING:
-        case CURLE_PARTIAL_FILE:
-        case CURLE_SEND_ERROR:
-        case CURLE_RECV_ERROR:
-        case CURLE_HTTP2:
-        case CURLE_HTTP2_STREAM:
-            return Code::networkConnectionLost;
-        case CURLE_UNSUPPORTED_PROTOCOL:  // the address has been looked at: it is the answer that is no HTTP
-        case CURLE_WEIRD_SERVER_REPLY:
-            return Code::badServerResponse;
-        case CURLE_BAD_CONTENT_ENCODING:
-            return Code::cannotDecodeContentData;
-        default:
-            return Code::unknown;
-    }
-}
-
-template <class Value>
-void set(CURL* handle, CURLoption option, Value value) {
-    const CURLcode result = Library::shared().curl_easy_setopt(handle, option, value);
-    if (result == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
-    if (result != CURLE_OK) throw URLError(Code::unknown);
 }
 
 HeaderList headerList(const URLRequest& request) {
@@ -208,7 +93,7 @@ HeaderList headerList(const URLRequest& request) {
         const std::string line = isEmpty ? name + ';' : name + ": " + value;
         // A line break would let the value write headers of its own.
         if (line.find_first_of("\r\n\0"sv) != std::string::npos) throw URLError(Code::cannotSendHeader);
-        curl_slist* longer = Library::shared().curl_slist_append(list.get(), line.c_str());
+        curl_slist* longer = LibCurl::shared().curl_slist_append(list.get(), line.c_str());
         if (longer == nullptr) throw std::bad_alloc();
         (void)list.release();
         list.reset(longer);
@@ -226,6 +111,7 @@ void configure(CURL* handle) {
     set(handle, CURLOPT_WRITEFUNCTION, &receive);
     set(handle, CURLOPT_HEADERFUNCTION, &receiveHeader);
     set(handle, CURLOPT_XFERINFOFUNCTION, &watch);
+    set(handle, CURLOPT_PREREQFUNCTION, &beginExchange);
     set(handle, CURLOPT_NOPROGRESS, 0L);
 
     // The authorities are looked up one by one in a directory; reading the bundle of all costs 25 ms at a cold start.
@@ -254,7 +140,7 @@ std::optional<std::string> originOf(const URL& url) {
 std::optional<URLRequest> redirected(const URLRequest& request, CURL* handle, long status) {
     const char* location = nullptr;
     if (status != 301 && status != 302 && status != 303 && status != 307 && status != 308) return std::nullopt;
-    Library::shared().curl_easy_getinfo(handle, CURLINFO_REDIRECT_URL, &location);
+    LibCurl::shared().curl_easy_getinfo(handle, CURLINFO_REDIRECT_URL, &location);
     if (location == nullptr) return std::nullopt;
     auto url = URL::parse(location);
     if (!url) throw URLError(Code::unsupportedURL);
@@ -294,9 +180,9 @@ CurlSession::CurlSession() {
     static std::once_flag once;
     std::call_once(once, [] {
         try {
-            std::thread(load).detach();
+            std::thread(LibCurl::load).detach();
             // A process that exits meanwhile waits: what it tears down is still being set up.
-            std::atexit(load);
+            std::atexit(LibCurl::load);
         } catch (const std::system_error&) {
             // Without a thread it is loaded by the first request.
         }
@@ -306,7 +192,7 @@ CurlSession::CurlSession() {
 CurlSession::~CurlSession() {
     for (const auto& [origin, handles] : idle_)
         for (void* handle : handles)
-            Library::shared().curl_easy_cleanup(handle);
+            LibCurl::shared().curl_easy_cleanup(handle);
 }
 
 void* CurlSession::take(const std::string& origin) {
@@ -321,7 +207,7 @@ void* CurlSession::take(const std::string& origin) {
             return handle;
         }
     }
-    std::unique_ptr<CURL, HandleRelease> handle(Library::shared().curl_easy_init());
+    std::unique_ptr<CURL, HandleRelease> handle(LibCurl::shared().curl_easy_init());
     if (!handle) throw std::bad_alloc();
     configure(handle.get());
     return handle.release();
@@ -350,22 +236,25 @@ void CurlSession::giveBack(const std::string& origin, void* handle) {
             --idleCount_;
         }
     }
-    if (surplus != nullptr) Library::shared().curl_easy_cleanup(surplus);
+    if (surplus != nullptr) LibCurl::shared().curl_easy_cleanup(surplus);
 }
 
 /// Makes one request, whatever its answer; returns the body and the status.
 std::pair<Data, long> CurlSession::perform(void* handle, const URLRequest& request) {
     const HeaderList headers = headerList(request);
     Exchange exchange;
-    exchange.patience = std::chrono::duration<double>(request.timeoutInterval);
+    if (!(request.timeoutInterval > 0)) throw URLError(Code::unknown);
+    const double patience = std::min(request.timeoutInterval, longestPatience);
+    exchange.patience = std::chrono::duration<double>(patience);
 
     // All that a request sets is set by each: a handle still holds, and points to, what was the last one's.
-    set(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(request.timeoutInterval * 1000));
+    set(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::ceil(patience * 1000)));  // 0 is libcurl's own
     set(handle, CURLOPT_URL, request.url.absoluteString().c_str());
     set(handle, CURLOPT_HTTPHEADER, headers.get());
     set(handle, CURLOPT_WRITEDATA, static_cast<void*>(&exchange));
     set(handle, CURLOPT_HEADERDATA, static_cast<void*>(&exchange));
     set(handle, CURLOPT_XFERINFODATA, static_cast<void*>(&exchange));
+    set(handle, CURLOPT_PREREQDATA, static_cast<void*>(&exchange));
     if (request.httpMethod == "POST") {
         set(handle, CURLOPT_POST, 1L);
         set(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request.httpBody.size()));
@@ -378,14 +267,14 @@ std::pair<Data, long> CurlSession::perform(void* handle, const URLRequest& reque
         throw URLError(Code::unknown);
     }
 
-    const CURLcode result = Library::shared().curl_easy_perform(handle);
+    const CURLcode result = LibCurl::shared().curl_easy_perform(handle);
     if (exchange.tooLarge) throw URLError(Code::dataLengthExceedsMaximum);
     if (exchange.timedOut) throw URLError(Code::timedOut);
     if (exchange.outOfMemory) throw std::bad_alloc();
     if (result != CURLE_OK) throw URLError(codeFor(result, handle));
     if (!exchange.hasWholeHead) throw URLError(Code::networkConnectionLost);
     long status = 0;
-    Library::shared().curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &status);
+    LibCurl::shared().curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &status);
     return {std::move(exchange.data), status};
 }
 

@@ -23,7 +23,7 @@ public:
         serverCertificateUntrusted = -1202,  ///< for another name, or not fit for its use
         serverCertificateHasUnknownRoot = -1203,
         serverCertificateNotYetValid = -1204,
-        cannotSendHeader = -3000  ///< ours: a header's value holds a line break or a NUL
+        cannotSendHeader = -9000  ///< none of the platform's: a header's name or value holds a line break or a NUL
     };
 
     explicit URLError(Code code);

@@ -11,13 +11,15 @@
 
 namespace Foundation {
 
-/// A request over HTTP, with the protocol's default cache policy.
+/// A request over HTTP. Nothing is cached, and no cookies are kept.
 struct URLRequest {
     URL url;
-    std::string httpMethod = "GET";
+    std::string httpMethod = "GET";                            ///< or "POST"; any other is an error
     std::vector<std::pair<std::string, std::string>> headers;  ///< names and values, sent as they stand
     Data httpBody;                                             ///< sent with POST alone
-    double timeoutInterval = 60;  ///< seconds: for the connection to be made, then for each wait without a byte
+    /// Seconds: for the connection to be made, then for each wait without a byte. What is not above 0 is an error; no
+    /// connection is waited for longer than 23 days.
+    double timeoutInterval = 60;
 };
 
 /// What was answered; any status is an answer.

@@ -3,8 +3,9 @@
 #include <memory>
 #include <string_view>
 
-#include "Foundation/GroupContainer.h"
+#include "Foundation/Environment.h"
 #include "Security/EmbeddedStore.h"
+#include "Security/Log.h"
 #include "Security/SecretService.h"
 
 namespace Security {
@@ -18,6 +19,8 @@ std::unique_ptr<SecretStore> currentStore() {
     if (!kind) return std::make_unique<SecretService>();
     if (kind->starts_with(filePrefix) && kind->size() > filePrefix.size())
         return std::make_unique<EmbeddedStore>(std::string(kind->substr(filePrefix.size())));
+    // Not its value, which might be a secret in the wrong place.
+    log().error("$TESSEL_KEYCHAIN names no kind of store; it is to be file:PATH");
     return nullptr;
 }
 

@@ -1,6 +1,5 @@
 #include "Security/SecretService.h"
 
-#include <exception>
 #include <future>
 #include <memory>
 #include <mutex>
@@ -11,119 +10,13 @@
 #include <utility>
 #include <vector>
 
-#include <libsecret/secret.h>
-
-#include "Foundation/DynamicLibrary.h"
 #include "Foundation/UTF8.h"
+#include "Security/LibSecret.h"
+#include "Security/Log.h"
 
 namespace Security {
 
 namespace {
-
-/// What stops an operation.
-class Failure final : public std::exception {
-public:
-    explicit Failure(OSStatus status) : status_(status) {}
-    OSStatus status() const { return status_; }
-
-private:
-    OSStatus status_;
-};
-
-/// libsecret and what is used of GLib beneath it, under the functions' own names.
-struct Library {
-    static const Library& shared() {
-        static const Library library;
-        return library;
-    }
-
-    Foundation::DynamicLibrary library{"libsecret-1.so.0"};
-#define TESSEL_FUNCTION(name) decltype(::name)* const name = library.function<decltype(::name)>(#name)
-    TESSEL_FUNCTION(g_bus_get_sync);
-    TESSEL_FUNCTION(g_cancellable_cancel);
-    TESSEL_FUNCTION(g_cancellable_new);
-    TESSEL_FUNCTION(g_dbus_connection_set_exit_on_close);
-    TESSEL_FUNCTION(g_dbus_error_quark);
-    TESSEL_FUNCTION(g_error_free);
-    TESSEL_FUNCTION(g_free);
-    TESSEL_FUNCTION(g_hash_table_insert);
-    TESSEL_FUNCTION(g_hash_table_new);
-    TESSEL_FUNCTION(g_hash_table_unref);
-    TESSEL_FUNCTION(g_io_error_quark);
-    TESSEL_FUNCTION(g_list_free);
-    TESSEL_FUNCTION(g_main_context_iteration);
-    TESSEL_FUNCTION(g_main_context_new);
-    TESSEL_FUNCTION(g_main_context_pop_thread_default);
-    TESSEL_FUNCTION(g_main_context_push_thread_default);
-    TESSEL_FUNCTION(g_main_context_unref);
-    TESSEL_FUNCTION(g_object_unref);
-    TESSEL_FUNCTION(g_set_error_literal);
-    TESSEL_FUNCTION(g_str_equal);
-    TESSEL_FUNCTION(g_str_hash);
-    TESSEL_FUNCTION(g_task_propagate_pointer);
-    TESSEL_FUNCTION(g_task_report_new_error);
-    TESSEL_FUNCTION(g_type_register_static_simple);
-    TESSEL_FUNCTION(secret_collection_for_alias_sync);
-    TESSEL_FUNCTION(secret_collection_get_locked);
-    TESSEL_FUNCTION(secret_error_get_quark);
-    TESSEL_FUNCTION(secret_item_create_sync);
-    TESSEL_FUNCTION(secret_item_delete_sync);
-    TESSEL_FUNCTION(secret_item_get_locked);
-    TESSEL_FUNCTION(secret_item_get_schema_name);
-    TESSEL_FUNCTION(secret_item_get_secret);
-    TESSEL_FUNCTION(secret_item_load_secret_sync);
-    TESSEL_FUNCTION(secret_item_set_secret_sync);
-    TESSEL_FUNCTION(secret_service_get_type);
-    TESSEL_FUNCTION(secret_service_open_sync);
-    TESSEL_FUNCTION(secret_service_search_sync);
-    TESSEL_FUNCTION(secret_value_get);
-    TESSEL_FUNCTION(secret_value_new);
-    TESSEL_FUNCTION(secret_value_unref);
-#undef TESSEL_FUNCTION
-
-    // Asked for at once: the service's errors are known by name only from then on.
-    const GQuark secretError = secret_error_get_quark();
-    const GType serviceType = registerServiceType();
-
-private:
-    GType registerServiceType() const;
-};
-
-/// Owns what one of the libraries' functions frees.
-template <class T, class Pointer = gpointer>
-using Owned = std::unique_ptr<T, void (*)(Pointer)>;
-using Attributes = Owned<GHashTable, GHashTable*>;
-using Items = std::vector<Owned<SecretItem>>;
-
-GVariant* refusePrompt(::SecretService*, SecretPrompt*, GCancellable*, const GVariantType*, GError** error) {
-    const Library& library = Library::shared();
-    library.g_set_error_literal(error, library.secretError, SECRET_ERROR_IS_LOCKED, "a prompt is needed");
-    return nullptr;
-}
-
-void refusePromptLater(::SecretService* service, SecretPrompt*, const GVariantType*, GCancellable*,
-                       GAsyncReadyCallback callback, gpointer data) {
-    const Library& library = Library::shared();
-    library.g_task_report_new_error(service, callback, data, nullptr, library.secretError, SECRET_ERROR_IS_LOCKED,
-                                    "a prompt is needed");
-}
-
-GVariant* finishRefusedPrompt(::SecretService*, GAsyncResult* result, GError** error) {
-    return static_cast<GVariant*>(Library::shared().g_task_propagate_pointer(reinterpret_cast<GTask*>(result), error));
-}
-
-/// libsecret's class for the service, except that it refuses the prompts that the service asks for. The
-/// original shows them to the user and waits.
-GType Library::registerServiceType() const {
-    const auto initialise = [](gpointer object, gpointer) {
-        auto* type = static_cast<SecretServiceClass*>(object);
-        type->prompt_sync = &refusePrompt;
-        type->prompt_async = &refusePromptLater;
-        type->prompt_finish = &finishRefusedPrompt;
-    };
-    return g_type_register_static_simple(secret_service_get_type(), "TesselSecretService", sizeof(SecretServiceClass),
-                                         initialise, sizeof(::SecretService), nullptr, GTypeFlags{});
-}
 
 constexpr SecretSchema schema = [] {
     SecretSchema result{};
@@ -134,71 +27,6 @@ constexpr SecretSchema schema = [] {
     result.attributes[2] = {"access-group", SECRET_SCHEMA_ATTRIBUTE_STRING};
     return result;
 }();
-
-/// Where a call puts its error, as its last argument.
-class ErrorSlot {
-public:
-    explicit ErrorSlot(const Library& library) : library_(library) {}
-    ~ErrorSlot() {
-        if (error_ != nullptr) library_.g_error_free(error_);
-    }
-    ErrorSlot(const ErrorSlot&) = delete;
-    ErrorSlot& operator=(const ErrorSlot&) = delete;
-
-    operator GError**() { return &error_; }
-
-    /// Throws the failure for the error, where there is one.
-    void check() const {
-        if (error_ != nullptr) throw Failure(status());
-    }
-
-private:
-    OSStatus status() const {
-        if (error_->domain == library_.secretError) {
-            switch (error_->code) {
-                case SECRET_ERROR_IS_LOCKED:
-                    return errSecInteractionNotAllowed;
-                case SECRET_ERROR_NO_SUCH_OBJECT:
-                    return errSecItemNotFound;
-                case SECRET_ERROR_ALREADY_EXISTS:
-                    return errSecDuplicateItem;
-                default:
-                    return errSecDecode;
-            }
-        }
-        if (error_->domain == library_.g_dbus_error_quark()) {
-            if (error_->code == G_DBUS_ERROR_ACCESS_DENIED) return errSecAuthFailed;
-            if (error_->code == G_DBUS_ERROR_FAILED) return errSecIO;
-        }
-        // An error of the service's own, by a name that is not known here.
-        if (error_->domain == library_.g_io_error_quark() && error_->code == G_IO_ERROR_DBUS_ERROR) return errSecIO;
-        return errSecNotAvailable;
-    }
-
-    const Library& library_;
-    GError* error_ = nullptr;
-};
-
-/// The main context of a thread, so that what arrives for its connection does not pile up in the program's.
-class ThreadContext {
-public:
-    explicit ThreadContext(const Library& library) : library_(library), context_(library.g_main_context_new()) {
-        library_.g_main_context_push_thread_default(context_);
-    }
-    ~ThreadContext() {
-        // What is still queued holds memory that only its dispatch frees.
-        while (library_.g_main_context_iteration(context_, FALSE) != FALSE) {
-        }
-        library_.g_main_context_pop_thread_default(context_);
-        library_.g_main_context_unref(context_);
-    }
-    ThreadContext(const ThreadContext&) = delete;
-    ThreadContext& operator=(const ThreadContext&) = delete;
-
-private:
-    const Library& library_;
-    GMainContext* context_;
-};
 
 bool isAttribute(const std::string& text) {
     return text.find('\0') == std::string::npos && Foundation::isValidUTF8(text);
@@ -214,7 +42,7 @@ bool canExist(const GenericPasswordQuery& query) {
 /// returns the data, where it is one that finds any, and throws `Failure`.
 class SecretService::Session {
 public:
-    Session(const Library& library, GCancellable* cancellable)
+    Session(const LibSecret& library, GCancellable* cancellable)
         : library_(library), cancellable_(cancellable), context_(library), service_(connect()) {}
 
     Foundation::Data copyMatching(const GenericPasswordQuery& query) const {
@@ -344,7 +172,7 @@ private:
                 library_.secret_value_unref};
     }
 
-    const Library& library_;
+    const LibSecret& library_;
     GCancellable* cancellable_;
     ThreadContext context_;
     Owned<::SecretService> service_;
@@ -388,7 +216,7 @@ SecretService::SecretService(std::chrono::milliseconds timeout) : timeout_(timeo
 SecItemResult SecretService::perform(Operation operation) const {
     if (GivenUp::shared().areTooMany()) return {errSecNotAvailable, std::nullopt};
     try {
-        const Library& library = Library::shared();
+        const LibSecret& library = LibSecret::shared();
         const std::shared_ptr<GCancellable> cancellable(library.g_cancellable_new(), library.g_object_unref);
         std::packaged_task<SecItemResult()> task(
             [&library, cancellable, operation = std::move(operation)]() -> SecItemResult {
@@ -403,8 +231,9 @@ SecItemResult SecretService::perform(Operation operation) const {
         if (result.wait_for(timeout_) == std::future_status::ready) return result.get();
         library.g_cancellable_cancel(cancellable.get());
         GivenUp::shared().insert(cancellable);
-    } catch (const std::runtime_error&) {
+    } catch (const std::runtime_error& error) {
         // The library cannot be loaded, or no thread started.
+        log().error("The secret service cannot be used: ", os::Public{error.what()});
     }
     return {errSecNotAvailable, std::nullopt};
 }

@@ -1,13 +1,13 @@
 #include "Text/CanonicalEquivalence.h"
 
 #include <algorithm>
-#include <stdexcept>
 #include <string>
 
 #include <unicode/unorm2.h>
 #include <unicode/ustring.h>
 
 #include "Foundation/DynamicLibrary.h"
+#include "Text/ICU.h"
 
 namespace Text {
 
@@ -53,10 +53,6 @@ private:
         UErrorCode error = U_ZERO_ERROR;
         nfd_ = library_.function<decltype(unorm2_getNFDInstance)>(TESSEL_QUOTED(unorm2_getNFDInstance))(&error);
         check(error);
-    }
-
-    static void check(UErrorCode error) {
-        if (U_FAILURE(error)) throw std::runtime_error("ICU failed with error " + std::to_string(error));
     }
 
     Foundation::DynamicLibrary library_;

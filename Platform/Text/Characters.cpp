@@ -5,7 +5,6 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <stdexcept>
 
 #include <unicode/normalizer2.h>
 #include <unicode/uchar.h>
@@ -13,15 +12,13 @@
 #include <unicode/uscript.h>
 #include <unicode/utf8.h>
 
+#include "Text/ICU.h"
+
 namespace Text {
 
 namespace {
 
 using icu::UnicodeString;
-
-void check(UErrorCode error) {
-    if (U_FAILURE(error)) throw std::runtime_error(std::string("ICU failed: ") + u_errorName(error));
-}
 
 /// What ICU knows of a scalar that matters here, at the price of one look-up: its own answers take several calls a
 /// scalar, and its iterator over characters has to be made for each text.

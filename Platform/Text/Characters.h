@@ -21,7 +21,8 @@ struct Character {
 /// What stands for a UTF-8 text where texts are compared: two are the same, their accents composed or not, where these
 /// scalars are. Its canonical decomposition (NFD), and where case does not count what becomes of that by case folding
 /// (Unicode 15, definitions D70 and D145). A text's form is that of its characters, one behind the other. Ill-formed
-/// bytes stand as U+FFFD. The cost can grow with the square of the longest run of combining marks.
+/// bytes stand as U+FFFD. The cost can grow with the square of the longest run of combining marks. As all functions
+/// here that read a text it throws `std::bad_alloc`, and `std::runtime_error` where ICU fails, its data missing.
 std::u32string comparable(std::string_view text, Case sensitivity);
 
 inline bool isASCII(char byte) {

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <new>
-#include <stdexcept>
 
 #include <unicode/coll.h>
 #include <unicode/locid.h>
@@ -11,13 +10,11 @@
 #include <unicode/uiter.h>
 #include <unicode/unistr.h>
 
+#include "Text/ICU.h"
+
 namespace Text {
 
 namespace {
-
-void check(UErrorCode error) {
-    if (U_FAILURE(error)) throw std::runtime_error(std::string("ICU failed: ") + u_errorName(error));
-}
 
 std::int32_t sizeOf(std::string_view text) {
     return static_cast<std::int32_t>(text.size());

@@ -11,6 +11,7 @@
 #include <unicode/utf8.h>
 
 #include "Text/Characters.h"
+#include "Text/ICU.h"
 
 namespace Text {
 
@@ -53,16 +54,19 @@ struct Gathered {
 char32_t folded(UChar32 code) {
     UErrorCode error = U_ZERO_ERROR;
     const icu::Normalizer2* const nfd = icu::Normalizer2::getNFDInstance(error);
-    if (U_FAILURE(error)) return static_cast<char32_t>(code);
+    check(error);
     icu::UnicodeString form = nfd->normalize(icu::UnicodeString(code), error).foldCase(U_FOLD_CASE_DEFAULT);
-    return static_cast<char32_t>(nfd->normalize(form, error).char32At(0));
+    form = nfd->normalize(form, error);
+    check(error);
+    return static_cast<char32_t>(form.char32At(0));
 }
 
 Gathered gather() {
     UErrorCode error = U_ZERO_ERROR;
     const icu::Normalizer2* const nfd = icu::Normalizer2::getNFDInstance(error);
+    check(error);
     Gathered gathered;
-    for (UChar32 code = 0x80; U_SUCCESS(error) && code < endOfPlanes; ++code) {
+    for (UChar32 code = 0x80; code < endOfPlanes; ++code) {
         const int category = u_charType(code);
         if (category == U_UNASSIGNED || category == U_PRIVATE_USE_CHAR || category == U_SURROGATE) continue;
         const auto scalar = static_cast<char32_t>(code);

@@ -8,7 +8,8 @@
 namespace Text {
 
 /// Tells by a text's bytes where none of some characters can start, so that most of a text is passed over quickly.
-/// What it works with is gathered from ICU when the first one is filled, in a few milliseconds.
+/// What it works with is gathered from ICU when the first one is filled, in a few milliseconds; where ICU fails that
+/// throws, as the functions of Characters.h do.
 class FirstScalars {
 public:
     /// Adds the first scalar of the `comparable` form, with case or without, of characters that are looked for.

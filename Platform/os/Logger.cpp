@@ -1,5 +1,6 @@
 #include "os/Logger.h"
 
+#include <new>
 #include <stdexcept>
 #include <utility>
 
@@ -12,7 +13,7 @@
 #include <systemd/sd-journal.h>
 
 #include "Foundation/DynamicLibrary.h"
-#include "Foundation/GroupContainer.h"
+#include "Foundation/Environment.h"
 #include "Foundation/StandardStreams.h"
 
 namespace os {
@@ -70,12 +71,19 @@ void setLogSink(std::function<void(const LogEntry&)> replacement) {
     sink() = std::move(replacement);
 }
 
-void Logger::write(LogLevel level, std::string message) const {
-    const LogEntry entry{level, subsystem_, category_, std::move(message)};
-    if (sink()) {
-        sink()(entry);
-    } else if (!journalIsToBeUsed() || !writeToJournal(entry)) {
-        writeToStandardError(entry);
+void Logger::write(LogLevel level, std::initializer_list<std::string_view> message) const {
+    try {
+        LogEntry entry{level, std::string(subsystem_), std::string(category_), {}};
+        for (const std::string_view part : message)
+            entry.message += part;
+        if (sink()) {
+            sink()(entry);
+        } else if (!journalIsToBeUsed() || !writeToJournal(entry)) {
+            writeToStandardError(entry);
+        }
+    } catch (const std::bad_alloc&) {
+        // Most of what is logged is logged where something was caught: nobody is left there to catch this.
+        Foundation::reportError("a line of the log is left out: there is not enough memory");
     }
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -28,47 +30,41 @@ struct LogEntry {
 
 /// Writes to the system's log: the journal (fields SUBSYSTEM, CATEGORY, PRIORITY: notice or err), or where no journal
 /// runs, or TESSEL_LOG is "stderr" in the environment, one line on standard error, "<level> <subsystem> <category>:
-/// <message>" with control characters escaped.
-/// Safe to use from several threads. An entry that cannot be written is dropped; nothing but memory exhaustion is
-/// thrown.
+/// <message>" with control characters escaped. Safe to use from several threads. An entry that cannot be written, or for
+/// which there is no memory, is dropped; nothing is thrown.
 class Logger {
 public:
-    Logger(std::string_view subsystem, std::string_view category) : subsystem_(subsystem), category_(category) {}
+    /// The texts are literals: they last.
+    consteval Logger(std::string_view subsystem, std::string_view category)
+        : subsystem_(subsystem), category_(category) {}
 
     /// Logs a message of literal texts, `Public` and `Private` arguments, at the default level.
     template <class... Parts>
     void log(const Parts&... parts) const {
-        write(LogLevel::standard, message(parts...));
+        write(LogLevel::standard, {text(parts)...});
     }
 
     template <class... Parts>
     void error(const Parts&... parts) const {
-        write(LogLevel::error, message(parts...));
+        write(LogLevel::error, {text(parts)...});
     }
 
 private:
-    template <class... Parts>
-    static std::string message(const Parts&... parts) {
-        std::string text;
-        (append(text, parts), ...);
-        return text;
-    }
-
     template <std::size_t size>
-    static void append(std::string& text, const char (&literal)[size]) {
-        text.append(literal, size - 1);
+    static std::string_view text(const char (&literal)[size]) {
+        return {literal, size - 1};
     }
-    static void append(std::string& text, Public argument) { text += argument.text; }
-    static void append(std::string& text, Private) { text += "<private>"; }
+    static std::string_view text(Public argument) { return argument.text; }
+    static std::string_view text(Private) { return "<private>"; }
 
-    void write(LogLevel level, std::string message) const;
+    void write(LogLevel level, std::initializer_list<std::string_view> message) const;
 
-    std::string subsystem_;
-    std::string category_;
+    std::string_view subsystem_;
+    std::string_view category_;
 };
 
 /// Sends every entry of the process to `sink` instead, or with an empty one to the system's log again. For tests and
-/// embedders; call it while nothing is being logged.
+/// embedders; call it while nothing is being logged. It is to throw nothing but `std::bad_alloc`.
 void setLogSink(std::function<void(const LogEntry&)> sink);
 
 }  // namespace os

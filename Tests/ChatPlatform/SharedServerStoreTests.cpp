@@ -55,6 +55,8 @@ TEST_F(SharedServerStoreTest, OnlyRecordsAreListed) {
     for (const char* name : {"notes.txt", "S.JSON", ".json", "json"}) Support::writeFile(store.directory / name, "?");
     Support::writeFile(store.directory / ".hidden.json", record("h").json());
     EXPECT_EQ(store.servers().size(), 2U);
+    std::filesystem::create_symlink("nowhere", store.directory / "t.json");
+    EXPECT_THROW((void)store.servers(), CocoaError);
 }
 
 TEST_F(SharedServerStoreTest, OneDamagedFileFailsTheListingAlone) {
@@ -95,11 +97,17 @@ TEST_F(SharedServerStoreTest, FailuresPassThroughAndLoseNothing) {
         EXPECT_THROW(store.save(record(name)), CocoaError) << name;
     EXPECT_EQ(store.server(url), record("s"));
 
+    // A second record of the same name: only one of them is replaced.
+    std::filesystem::copy(store.directory / "s.json", store.directory / "misnamed.json");
+    EXPECT_THROW(store.save(record("s")), CocoaError);
     // A file whose record bears another name: what is to be removed is not there.
-    std::filesystem::rename(store.directory / "s.json", store.directory / "misnamed.json");
-    for (const char* next : {"s", "t"}) EXPECT_THROW(store.save(record(next)), CocoaError) << next;
-    EXPECT_THROW(store.removeServer(url), CocoaError);
-    EXPECT_THAT(files(), testing::ElementsAre("misnamed.json"));
+    std::filesystem::rename(store.directory / "s.json", store.directory / "x");
+    for (const auto& name : {std::string("s"), std::string("x\0", 2)}) {
+        Support::writeFile(store.directory / "misnamed.json", record(name).json());
+        for (const char* next : {"s", "t"}) EXPECT_THROW(store.save(record(next)), CocoaError) << name << next;
+        EXPECT_THROW(store.removeServer(url), CocoaError);
+        EXPECT_THAT(files(), testing::UnorderedElementsAre("misnamed.json", "x")) << name;
+    }
 }
 
 using SharedServerStoreLongTest = SharedServerStoreTest;
@@ -119,6 +127,7 @@ TEST_F(SharedServerStoreLongTest, WholeRecordsAreReadWhileWritersAreKilledAndAft
             }();
             const auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(random() % 4000);
             while (std::chrono::steady_clock::now() < end) {
+                for (const auto& found : store.servers()) ASSERT_TRUE(found == records[0] || found == records[1]);
                 if (changesName) continue;
                 const auto text = Support::readFile(store.directory / "s.json");
                 ASSERT_TRUE(text == texts[0] || text == texts[1]) << text.size();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ChatPlatform/KeychainItems.h"
 #include "ChatPush/PushProcessor.h"
 #include "DemoServer/Server.h"
 #include "Intents/Intents.h"
@@ -24,6 +25,22 @@ struct GatedSession final : Foundation::URLSession {
     void answer(int status, const std::string& body = "") { answers.push({Foundation::bytes(body), {status}}); }
 };
 
+/// A keychain and a server that answer at once, or fail at once as an embedder's may.
+struct AtOnce final : ChatPlatform::KeychainItems, Foundation::URLSession {
+    using Location = ChatPlatform::CredentialStore::Location;
+    std::function<void()> begin = [] {};
+    std::optional<Foundation::Data> read(const Location&, const std::string&) const override {
+        begin();
+        return Foundation::bytes("token");
+    }
+    void write(const Foundation::Data&, const Location&, const std::string&) const override {}
+    void remove(const Location&, const std::string&) const override {}
+    std::pair<Foundation::Data, Foundation::HTTPURLResponse> data(const Foundation::URLRequest&) override {
+        begin();
+        return {Foundation::bytes(R"({"message":"Whole text"})"), {200}};
+    }
+};
+
 /// A chat server on loopback to which a user is signed in, with a real store of records and of secrets, a system
 /// that takes donations, and the log.
 struct PushFixture : testing::Test {
@@ -39,6 +56,7 @@ struct PushFixture : testing::Test {
 
     PushFixture() {
         ::setenv("LC_ALL", "C", 1);
+        ::setenv("no_proxy", "*", 1);
         ::setenv("TESSEL_KEYCHAIN", ("file:" + (directory / "keychain").string()).c_str(), 1);
         Intents::setDonationSink([](const Intents::INInteraction&) {});
         servers.save(record());

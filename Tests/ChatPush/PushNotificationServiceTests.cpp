@@ -5,7 +5,6 @@
 #include <semaphore>
 #include <thread>
 
-#include "ChatPlatform/KeychainItems.h"
 #include "ChatPush/PushFixture.h"
 
 using ChatPush::PushNotificationService;
@@ -164,19 +163,6 @@ TEST_F(PushNotificationServiceTest, WhatIsThrownPastThePipelineEndsInTheBestCont
     EXPECT_THAT(delivered, testing::ElementsAre(unverifiedText));
     EXPECT_THAT(log.lines(), testing::ElementsAre("error The push pipeline stopped: <private>"));
 }
-
-/// A keychain and a server that answer at once.
-struct AtOnce final : ChatPlatform::KeychainItems, Foundation::URLSession {
-    using Location = ChatPlatform::CredentialStore::Location;
-    std::optional<Foundation::Data> read(const Location&, const std::string&) const override {
-        return Foundation::bytes("token");
-    }
-    void write(const Foundation::Data&, const Location&, const std::string&) const override {}
-    void remove(const Location&, const std::string&) const override {}
-    std::pair<Foundation::Data, Foundation::HTTPURLResponse> data(const Foundation::URLRequest&) override {
-        return {Foundation::bytes(R"({"message":"Whole text"})"), {200}};
-    }
-};
 
 struct PushNotificationServiceLongTest : PushFixture {};
 

@@ -71,7 +71,15 @@ TEST_F(PushProcessorTest, EachFailureEndsInSomeContent) {
         {"picture empty", answer(userPicture, {.body = ""}), Result{"x", "", true, true, 2, 2}, {}},
         {"no sender", [&](auto& push) { push.senderID = ""; push.isIDLoaded = false; }, notAsked, {}},
         {"nobody takes donations", [](auto&) { Intents::setDonationSink({}); }, Result{"x", "", false, false, 2, 2},
-         {"default The push stays a plain notification: The system takes no donations of interactions."}}};
+         {"default The push stays a plain notification: The system takes no donations of interactions."}},
+        {"an embedder's parts fail", [&](auto&) {
+             const auto failing = std::make_shared<AtOnce>();
+             failing->begin = [] { throw std::runtime_error("canary"); };
+             processor = {servers, {failing, {}, {}}, failing};
+             Intents::setDonationSink([failing](const auto&) { failing->begin(); });
+         }, Result{message().body, "", false, false, 1, 0},
+         {"error Reading the session token failed: <private>", "default Loading the sender's avatar failed: <private>",
+          "default The push stays a plain notification: <private>"}}};
     for (const auto& [name, arrange, result, logged] : rows) {
         SCOPED_TRACE(name);
         processor.servers = servers;

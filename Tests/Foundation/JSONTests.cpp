@@ -140,6 +140,8 @@ TEST(JSONCoding, NamesThePlaceOfAnErrorAndNotTheText) {
         {R"({"id":"a","count":9223372036854775808})", typeMismatch, "[1].count"},
         {R"({"id":"a","count":9223372036854775808.0})", typeMismatch, "[1].count"},
         {R"({"id":"a","count":0.99999999999999999999})", typeMismatch, "[1].count"},
+        {R"({"id":"a","count":10e9223372036854775807})", typeMismatch, "[1].count"},
+        {R"({"id":"a","count":0.1e-9223372036854775808})", typeMismatch, "[1].count"},
         {R"({"link":"can ary"})", typeMismatch, "[1].link"}, {R"({"x":[{"y":canary}]})", malformed, "[1].x[0].y"}};
     for (const auto& [post, reason, path] : rows) {
         const auto read = [](JSONReader& value) { Post ignored; if (!value.null()) decode(value, ignored); };

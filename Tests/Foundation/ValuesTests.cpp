@@ -7,8 +7,6 @@
 #include "Foundation/PropertyList.h"
 #include "Foundation/URL.h"
 #include "Foundation/UTF8.h"
-#include "Text/CanonicalEquivalence.h"
-#include "Text/WhiteSpace.h"
 
 // clang-format off: the tables hold several short rows on a line.
 using namespace Foundation;
@@ -97,24 +95,6 @@ TEST(UTF8, IsRepairedByTheLongestValidStart) {
     for (const auto& [bytes, text] : rows) EXPECT_EQ(repairedUTF8(bytes) + printable(bytes), text + std::string(text));
     EXPECT_EQ(printable("a\x1B[0m\n\r\0\x7F\u0085\u200F\u202E\u2028\u2066\u061C~\u00A0"s),
               R"(a\u{1b}[0m\u{a}\u{d}\u{0}\u{7f}\u{85}\u{200f}\u{202e}\u{2028}\u{2066}\u{61c}~)" "\u00A0");
-}
-
-TEST(CanonicalEquivalence, IsThatOfUnicode) {
-    const std::tuple<std::string, std::string, bool> rows[] = {
-        {"", "\u0301", false}, {"a", "A", false}, {"\u00E9", "e\u0301", true}, {"\u00E9", "e\u0300", false},
-        {"\u212A", "K", true}, {"\uFB01", "fi", false}, {"\xFF", "a", false}, {"\xFF", "\xFE", true},
-        {"\u1F82\u1F82\u1F82\u1F82\u1F82", "\u1F82\u1F82\u1F82\u1F82\u03B1\u0313\u0300\u0345", true}};
-    for (const auto& [left, right, expected] : rows)
-        for (const auto& [one, other] : {std::pair(left, right), {right, left}})
-            EXPECT_EQ(Text::canonicallyEquivalent(one, other), expected) << one << " and " << other;
-}
-
-TEST(WhiteSpace, IsTrimmedAtBothEndsAlone) {
-    const std::pair<std::string, std::string> rows[] = {
-        {" \t\r\n\v\f", ""}, {" a \u00A0b\n", "a \u00A0b"}, {"\x1F\x0E", "\x1F\x0E"}, {"\u200B", "\u200B"},
-        {"\u0085\u1680\u2000 \u00E9\U0001F600\u2028\u2029\u3000", "\u00E9\U0001F600"}, {"a\0 "s, "a\0"s},
-        {" \xC2", "\xC2"}, {"\xA0 ", "\xA0"}, {"\u0085\xE2\x80", "\xE2\x80"}, {"a\u00A0\x80", "a\u00A0\x80"}};
-    for (const auto& [text, trimmed] : rows) EXPECT_EQ(Text::trimmed(text), trimmed) << testing::PrintToString(text);
 }
 
 }  // namespace

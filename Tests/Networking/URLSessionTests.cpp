@@ -22,11 +22,12 @@ struct CurlSessionTest : testing::Test {
     }
 
     /// The answer's status, or the error's code, which is negative. A POST has a body and the token.
-    int outcome(const std::string& url, const std::string& method = "GET", decltype(URLRequest::headers) headers = {}) {
+    int outcome(const std::string& url, const std::string& method = "GET", decltype(URLRequest::headers) headers = {},
+                double timeout = 60) {
         body.clear();
         if (method == "POST") headers = {{"Authorization", "Bearer demo-session-token"}, {"Content-Type", "a/b"}};
         try {
-            auto [data, response] = session.data({URL::parse(url).value(), method, headers, bytes("{}")});
+            auto [data, response] = session.data({URL::parse(url).value(), method, headers, bytes("{}"), timeout});
             body = textView(data);
             return response.statusCode;
         } catch (const URLError& failure) {
@@ -34,9 +35,9 @@ struct CurlSessionTest : testing::Test {
             return error(failure.code());
         }
     }
-    int outcomeOf(const Behavior& behavior) {
+    int outcomeOf(const Behavior& behavior, double timeout = 60) {
         for (auto* const each : {&server, &secure}) each->setBehavior(Endpoint::publicPicture, behavior);
-        return outcome(picture);
+        return outcome(picture, "GET", {}, timeout);
     }
     static constexpr int error(Code code) { return static_cast<int>(code); }
     static constexpr int lost = static_cast<int>(Code::networkConnectionLost);
@@ -108,6 +109,8 @@ TEST_F(CurlSessionTest, NoticesWhereverTheConnectionIsLost) {
     EXPECT_EQ(outcome(secure.url() + "/pictures/a"), lost);
     for (const std::size_t drop : {100, 200, 1000, 100'000})
         EXPECT_EQ(outcomeOf({.isEndless = true, .dropAfter = drop}), lost) << drop;
+    EXPECT_EQ(outcomeOf({.isHeld = true}, 0.05), error(Code::timedOut));
+    for (const auto& [limit, result] : {std::pair(1e300, 200), {0.0, -1}}) EXPECT_EQ(outcomeOf({}, limit), result);
 }
 
 TEST_F(CurlSessionTest, TrustsACertificateForItsNameAndTimeAlone) {

@@ -1,3 +1,5 @@
+#include <regex>
+
 #include "Tools/ProgramFixture.h"
 
 // What `tessel view` draws, and what it refuses.
@@ -18,6 +20,14 @@ TEST_F(ViewTest, DrawsWhatTheModelAnswers) {
     }
     EXPECT_EQ(tessel({"view", "timeline"}, "{}").output, "No messages.\n");
     EXPECT_EQ(tessel({"view", "sidebar"}, "{}\r\n").output, "No categories.\n");
+}
+
+TEST_F(ViewTest, DrawsWhatTheREADMEShows) {
+    environment["COLUMNS"] = "60";
+    const std::string checkout = fixtures + "../../", file = "examples/channel.json";
+    const auto shown = file + '\n' + tessel({"view", "timeline", checkout + file}).output + '\n';
+    EXPECT_THAT(Support::readFile(checkout + "README.md"),
+                testing::HasSubstr(std::regex_replace(shown, std::regex("\n(?=.)"), "\n    ")));
 }
 
 TEST_F(ViewTest, IsAsWideAsItMayBe) {

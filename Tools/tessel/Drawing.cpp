@@ -9,7 +9,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include "Foundation/GroupContainer.h"
+#include "Foundation/Environment.h"
 #include "Foundation/UTF8.h"
 #include "Text/Characters.h"
 #include "Text/Columns.h"
