@@ -1,9 +1,11 @@
 #include "ChatModel/InteractiveDialog.h"
 
-#include <charconv>
+#include <cmath>
+#include <cstdlib>
+
+#include <locale.h>
 
 #include "ChatModel/EntityCoding.h"
-#include "Foundation/JSONNumber.h"
 #include "Text/Characters.h"
 #include "Text/WhiteSpace.h"
 
@@ -159,17 +161,15 @@ namespace ChatModel {
 
 namespace {
 
-/// The whole text as C's strtod takes it in the C locale, but in decimal and finite, and with nothing in front.
+/// The whole text as C's strtod takes it in the C locale, but finite, and with nothing in front.
 std::optional<double> numberFrom(std::string_view text) {
-    const bool isSigned = text.starts_with('+') || text.starts_with('-');
-    // A letter would be that of "inf" or "nan", which from_chars takes, and a "+" it does not.
-    if (text.find_first_of("0123456789.") != (isSigned ? 1 : 0)) return std::nullopt;
-    if (text.starts_with('+')) text.remove_prefix(1);
-    double number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (end != text.data() + text.size()) return std::nullopt;
-    if (error == std::errc()) return number;
-    return Foundation::nearestDouble(text);
+    static const locale_t c = ::newlocale(LC_ALL_MASK, "C", nullptr);
+    constexpr std::string_view start = "+-.0123456789";  // no white space; no letter either, as of "inf" and "nan"
+    if (text.empty() || start.find(text.front()) == start.npos) return std::nullopt;
+    const std::string whole(text);
+    char* end = nullptr;
+    const double number = ::strtod_l(whole.c_str(), &end, c);
+    return end == whole.c_str() + whole.size() && std::isfinite(number) ? std::optional(number) : std::nullopt;
 }
 
 bool hasSubtype(const Element& element, std::string_view subtype) {

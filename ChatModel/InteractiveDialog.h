@@ -61,7 +61,7 @@ struct InteractiveDialog {
             friend bool operator==(const Select&, const Select&) = default;
         };
 
-        /// Of a type that this version does not know; nothing but the type is kept.
+        /// Of a type that this version does not know. What every element has is kept as of any other.
         struct Unsupported {
             std::string type;
 
@@ -117,9 +117,9 @@ struct InteractiveDialog {
     Entries defaultValues() const;
 
     /// What is posted back for the entries, by the elements' names. A boolean element gives true for "true" and false
-    /// for anything else, or nothing; a number, in decimal and finite, a number: "+5", ".5", "5." and "1e5", blanks
-    /// around it allowed; any other the text as it was entered. What is empty, and what is to be a number and is none,
-    /// is left out. Of elements with the same name the last one that gives a value counts.
+    /// for anything else, or nothing; a number, in decimal or hexadecimal and finite, a number: "+5", ".5", "5.", "1e5"
+    /// and "0x1p3", blanks around it allowed; any other the text as it was entered. What is empty, and what is to be a
+    /// number and is none, is left out. Of elements with the same name the last one that gives a value counts.
     JSONValue::Object submission(const Entries& entries) const;
 
     friend bool operator==(const InteractiveDialog&, const InteractiveDialog&) = default;

@@ -1,9 +1,11 @@
 #include "ChatModel/JSONValue.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <type_traits>
 
 #include "ChatModel/EntityCoding.h"
 #include "ChatModel/JSONValueCoding.h"

@@ -15,8 +15,8 @@ namespace ChatModel::NotificationRules {
 /// behind it, underscores aside, there is a word's boundary. A key that ends in anything else ('x+') is therefore met
 /// in front of a word alone. Keys with characters of scripts that are written without spaces, or of Cyrillic, appear
 /// wherever their text does. An empty key never does. Characters are compared as a person sees them: accents may be
-/// composed or not, case counts where the key says so, and no character of the text is met in part. One of more than
-/// 1,024 bytes is never met.
+/// composed or not, case counts where the key says so, and no character of the text is met in part. A character of
+/// more than 1,024 bytes is never met.
 ///
 /// Immutable and cheap to copy; several threads may use one. Texts are UTF-8; ill-formed bytes stand for U+FFFD.
 class MentionMatcher {

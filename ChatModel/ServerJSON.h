@@ -24,7 +24,7 @@ struct ServerJSON {
     static std::vector<Entity> decodeList(std::string_view json);
 
     /// Compact JSON with the server's keys; absent fields are left out. Decoding it gives an equal entity.
-    /// Throws `std::invalid_argument` for what JSON cannot hold: text that is not UTF-8, infinite numbers.
+    /// Throws `std::invalid_argument` for what JSON cannot hold: text that is not UTF-8, numbers that are not finite.
     static std::string encode(const Entity& entity);
 };
 

@@ -3,6 +3,7 @@
 #include "ChatModel/EntityCoding.h"
 #include "ChatModel/JSONValueCoding.h"
 #include "ChatModel/UserStatus.h"
+#include "Text/WhiteSpace.h"
 
 using ChatModel::CustomStatus;
 using ChatModel::User;
@@ -77,7 +78,7 @@ std::string User::displayName(NameFormat format) const {
     if (format == NameFormat::username) return username;
     std::string name = format == NameFormat::nicknameFullName && !nickname.empty() ? nickname : fullName();
     // Deliberately not trimmed: blanks count only where there is nothing else.
-    return name.find_first_not_of(" \t") == std::string::npos ? username : name;
+    return Text::trimmedOfBlanks(name).empty() ? username : name;
 }
 
 std::size_t std::hash<CustomStatus>::operator()(const CustomStatus& status) const noexcept {

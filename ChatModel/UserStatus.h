@@ -15,10 +15,10 @@ namespace ChatModel {
 /// A user's presence. The wire names are those of `Foundation::wireName`.
 enum class UserStatus { online, away, doNotDisturb, offline, outOfOffice };
 
-/// What the notification rules ask of the user's presence.
+/// What the server tells of a user's presence. The notification rules ask for the status alone.
 struct UserStatusSnapshot {
     UserStatus status = UserStatus::online;
-    std::int64_t dndEndTime = 0;  ///< the end of do-not-disturb as the server reports it
+    std::int64_t dndEndTime = 0;  ///< the end of do-not-disturb, in the server's own unit; nothing here reads it
     std::optional<CustomStatus> customStatus;
 
     friend bool operator==(const UserStatusSnapshot&, const UserStatusSnapshot&) = default;

@@ -1,6 +1,7 @@
 #include "Desktop/Distributor.h"
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <set>
 #include <string_view>
@@ -84,7 +85,7 @@ void Distributor::ask() {
     const auto call = [this](const char* method, std::function<void(const Names&)> take) {
         dbus_->callMethodAsync(method).onInterface(busName).uponReplyInvoke(
             [=, this](const sdbus::Error* error, const Names& names) {
-                bus_.guarded([&] { error != nullptr ? failed(error->getName()) : take(names); });
+                bus_.guarded([&] { error != nullptr ? listingFailed(error->getName()) : take(names); });
             });
     };
     // In this order: whoever comes meanwhile is among those that run.
@@ -117,10 +118,20 @@ void Distributor::succeeded() {
     registered_(toAsk_.front());
 }
 
-void Distributor::failed(const std::string& reason) {
-    log().error("The push distributor did not take the registration: ", os::Public{reason});
+void Distributor::listingFailed(const std::string& error) {
+    log().error("The bus did not list its names: ", os::Public{error});
+    askNext(error);
+}
+
+void Distributor::refused(const std::string& reason) {
+    log().error("The push distributor ", os::Public{toAsk_.front()}, " did not take the registration: ",
+                os::Public{reason.empty() ? "no reason given" : std::string_view(reason)});
+    toAsk_.pop_front();
+    askNext(reason);
+}
+
+void Distributor::askNext(const std::string& reason) {
     mayTakeItLater_ = mayTakeItLater_ || isPassing(reason);
-    if (!toAsk_.empty()) toAsk_.pop_front();
     // Not from within the answer of the proxy that goes.
     next_ = loop_.after({}, [this] { askFirst(); });
 }
@@ -134,8 +145,8 @@ void Distributor::registerByVersion2() {
         .withArguments(values)
         .uponReplyInvoke([this](const sdbus::Error* error, const Values& answer) {
             bus_.guarded([&] {
-                if (error != nullptr) return knowsNoSuchCall(*error) ? registerByVersion1() : failed(error->getName());
-                textOf(answer, "success") == success ? succeeded() : failed(textOf(answer, "reason"));
+                if (error != nullptr) return knowsNoSuchCall(*error) ? registerByVersion1() : refused(error->getName());
+                textOf(answer, "success") == success ? succeeded() : refused(textOf(answer, "reason"));
             });
         });
 }
@@ -146,8 +157,8 @@ void Distributor::registerByVersion1() {
         .withArguments(service_, token_, std::string(description))
         .uponReplyInvoke([this](const sdbus::Error* error, const std::string& result, const std::string& reason) {
             bus_.guarded([&] {
-                if (error != nullptr) return failed(error->getName());
-                result == success ? succeeded() : failed(reason);
+                if (error != nullptr) return refused(error->getName());
+                result == success ? succeeded() : refused(reason);
             });
         });
 }

@@ -36,7 +36,9 @@ private:
     void askFirst();
     void arrived(const std::string& distributor);
     void succeeded();
-    void failed(const std::string& reason);
+    void listingFailed(const std::string& error);
+    void refused(const std::string& reason);
+    void askNext(const std::string& reason);
     void registerByVersion2();
     void registerByVersion1();
 

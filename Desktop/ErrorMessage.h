@@ -6,7 +6,8 @@
 
 namespace Desktop {
 
-/// What the user is told when the client could not be: kept until he has seen it, for it may hold what he has written.
+/// What the user is told when the client could not be: kept until they have seen it, for it may hold what they have
+/// written.
 struct ErrorMessage {
     std::string summary, text;
 

@@ -5,7 +5,6 @@
 #include <system_error>
 #include <utility>
 
-#include <sys/epoll.h>
 #include <systemd/sd-event.h>
 
 namespace Desktop {

@@ -17,7 +17,7 @@ namespace Desktop {
 
 namespace {
 
-/// A picture of eight megabytes in base64, and as much text.
+/// A picture of eight megabytes in base64, and as much text with every byte escaped (\u0000).
 constexpr std::size_t mostBytes = 64U << 20U;
 
 /// Neither blocked signals nor those that are ignored go to the child, which leads a group of its own.
@@ -72,8 +72,7 @@ ExtensionProcess::ExtensionProcess(EventLoop& loop, const std::filesystem::path&
         readable_ = loop.watch(output_.number(), POLLIN, [this] { read(); });
         timer_ = loop.after(limit, [this] { end("did not answer in time"); });
     } catch (const std::system_error& error) {
-        log().error("The extension could not be started: ", os::Public{error.what()});
-        timer_ = loop.after({}, [this] { end(nullptr); });
+        timer_ = loop.after({}, [this, reason = std::string(error.what())] { end("could not be started: " + reason); });
     }
 }
 
@@ -108,18 +107,19 @@ void ExtensionProcess::read() {
         const ssize_t count = ::read(output_.number(), buffer.data(), buffer.size());
         if (count < 0 && errno == EINTR) continue;
         if (count < 0 && errno == EAGAIN) return;
-        if (count <= 0) return end(nullptr);
+        if (count <= 0) return end();
+        const std::size_t before = written_.size();
         written_.append(buffer.data(), static_cast<std::size_t>(count));
         // The line is all that is wanted: whoever else may hold the output open is not waited for.
-        if (const auto line = written_.find('\n'); line != written_.npos) {
+        if (const auto line = written_.find('\n', before); line != written_.npos) {
             written_.resize(line + 1);
-            return end(nullptr);
+            return end();
         }
         if (written_.size() > mostBytes) return end("wrote too much");
     }
 }
 
-void ExtensionProcess::end(const char* reason) {
+void ExtensionProcess::end(std::string reason) {
     readable_ = {};
     timer_ = {};
     int status = 0;
@@ -129,11 +129,13 @@ void ExtensionProcess::end(const char* reason) {
         ::waitpid(std::exchange(process_, -1), &status, 0);
     }
     const bool isLine = written_.ends_with('\n');
-    if (reason == nullptr && !isLine) {
-        const bool hasCrashed = WIFSIGNALED(status) && WTERMSIG(status) != SIGKILL;
-        reason = hasCrashed ? "crashed" : "answered with no line";
+    if (reason.empty() && !isLine) {
+        reason = "answered with no line";
+        if (WIFEXITED(status)) reason += " (status " + std::to_string(WEXITSTATUS(status)) + ')';
+        if (WIFSIGNALED(status) && WTERMSIG(status) != SIGKILL)
+            reason = "crashed (signal " + std::to_string(WTERMSIG(status)) + ')';
     }
-    if (reason != nullptr) {
+    if (!reason.empty()) {
         log().error("The extension ", os::Public{reason}, "; the push is shown as it came");
         return complete_(std::nullopt);
     }

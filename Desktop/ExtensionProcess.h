@@ -35,7 +35,7 @@ private:
     void start(const std::filesystem::path& program, const std::filesystem::path& push);
     void read();
     /// Ends the process, and tells why where that is not how it should end.
-    void end(const char* reason);
+    void end(std::string reason = "");
 
     Completion complete_;
     pid_t process_ = -1;

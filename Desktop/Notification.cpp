@@ -47,12 +47,19 @@ bool isSecondControl(std::string_view text) {
     return text.size() >= 2 && text[0] == '\xC2' && static_cast<unsigned char>(text[1]) < 0xA0;
 }
 
+/// U+2028 and U+2029, which end lines and paragraphs.
+bool isLineSeparator(std::string_view text) {
+    return text.starts_with("\u2028") || text.starts_with("\u2029");
+}
+
 std::string withoutControls(std::string_view text, bool keepsLines) {
     std::string shown;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const char byte = text[i];
-        const bool isLineEnd = byte == '\n' || byte == '\r';
-        if (isLineEnd && byte == '\r' && text.substr(i).starts_with("\r\n")) continue;
+        const bool isSeparator = isLineSeparator(text.substr(i));
+        const bool isLineEnd = byte == '\n' || byte == '\r' || isSeparator;
+        if (isSeparator) i += 2;
+        if (byte == '\r' && text.substr(i).starts_with("\r\n")) continue;
         if (isLineEnd || byte == '\t')
             shown += keepsLines && isLineEnd ? '\n' : ' ';
         else if (isControl(byte))

@@ -15,8 +15,13 @@ std::string read(const Spool::Entry& entry) {
     return std::string(Foundation::textView(Foundation::Files::read(entry)));
 }
 
-/// The extension's word where it has given one that can be understood, and otherwise the push's own.
-Delivery deliveryOf(const Spool::Entry& entry, const std::optional<std::string>& line) {
+void tellUnreadable(const std::exception& error) {
+    log().error("A push cannot be read: ", os::Public{error.what()});
+}
+
+/// The extension's word where it has given one that can be understood, and otherwise the push's own; nothing where that
+/// cannot be had any more.
+std::optional<Delivery> deliveryOf(const Spool::Entry& entry, const std::optional<std::string>& line) {
     if (line) {
         try {
             return Delivery::read(*line);
@@ -25,7 +30,14 @@ Delivery deliveryOf(const Spool::Entry& entry, const std::optional<std::string>&
                         os::Public{error.what()});
         }
     }
-    return Delivery::unlooked(read(entry));
+    try {
+        return Delivery::unlooked(read(entry));
+    } catch (const Foundation::CocoaError& error) {
+        tellUnreadable(error);
+    } catch (const Foundation::DecodingError& error) {
+        tellUnreadable(error);
+    }
+    return std::nullopt;
 }
 
 }  // namespace
@@ -43,7 +55,7 @@ void PushQueue::add(const Spool::Entry& entry) {
         log().error("What came is no push: ", os::Public{error.what()});
         return Spool::remove(entry);
     } catch (const Foundation::CocoaError& error) {
-        return log().error("A push cannot be read: ", os::Public{error.what()});
+        return tellUnreadable(error);
     }
     auto& entries = channels_[channel].entries;
     entries.push_back(entry);
@@ -65,7 +77,11 @@ void PushQueue::start(Channels::iterator channel) {
         loop_, extension_, entry, [this, entry, channel](const std::optional<std::string>& line) {
             ended_ = std::move(channel->second.process);
             --processes_;
-            center_.present(deliveryOf(entry, line), entry, [this, name = channel->first] { finish(name); });
+            const std::string name = channel->first;
+            auto delivery = deliveryOf(entry, line);
+            hasLost_ = hasLost_ || !delivery;
+            if (!delivery) return finish(name);
+            center_.present(*std::move(delivery), entry, [this, name] { finish(name); });
             startNext();
         });
 }

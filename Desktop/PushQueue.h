@@ -29,6 +29,9 @@ public:
 
     bool isEmpty() const { return channels_.empty(); }
 
+    /// Whether one could not be read any more when it was to be shown.
+    bool hasLost() const { return hasLost_; }
+
 private:
     struct Channel {
         std::deque<Spool::Entry> entries;  ///< the first one may be in work
@@ -38,7 +41,7 @@ private:
 
     void startNext();
     void start(Channels::iterator channel);
-    void finish(const std::string& channel);
+    void finish(const std::string& name);
 
     EventLoop& loop_;
     NotificationCenter& center_;
@@ -47,6 +50,7 @@ private:
     Channels channels_;
     std::deque<std::string> order_;  ///< channels of which none is under way, as they came
     std::size_t processes_ = 0;
+    bool hasLost_ = false;
     std::unique_ptr<ExtensionProcess> ended_;  ///< it may not go while it calls back
 };
 

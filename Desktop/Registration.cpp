@@ -1,6 +1,5 @@
 #include "Desktop/Registration.h"
 
-#include <array>
 #include <random>
 
 #include "Foundation/Files.h"
@@ -33,7 +32,20 @@ std::string randomToken() {
     return token;
 }
 
+/// Whether the file does; what cannot be read fails to be written, too, and there it is told.
+bool holds(const std::filesystem::path& file, const Foundation::Data& content) {
+    try {
+        return Foundation::Files::read(file) == content;
+    } catch (const Foundation::CocoaError&) {
+        return false;
+    }
+}
+
 }  // namespace
+
+Registration Registration::make() {
+    return {randomToken(), std::nullopt, std::nullopt};
+}
 
 Registration Registration::load(const std::filesystem::path& directory) {
     try {
@@ -41,15 +53,15 @@ Registration Registration::load(const std::filesystem::path& directory) {
             Foundation::textView(Foundation::Files::read(directory / fileName)));
     } catch (const Foundation::CocoaError& error) {
         if (error.code() != Foundation::CocoaError::Code::fileReadNoSuchFile) throw;
-    } catch (const Foundation::DecodingError&) {
-        // The distributor is asked again.
     }
-    return {randomToken(), std::nullopt, std::nullopt};
+    return make();
 }
 
 void Registration::save(const std::filesystem::path& directory) const {
+    const auto json = Foundation::bytes(Foundation::encodeJSON(*this));
+    if (holds(directory / fileName, json)) return;
     Foundation::Files::createDirectory(directory);
-    Foundation::Files::AtomicWrite(directory / fileName, Foundation::bytes(Foundation::encodeJSON(*this))).commit();
+    Foundation::Files::AtomicWrite(directory / fileName, json).commit();
 }
 
 }  // namespace Desktop

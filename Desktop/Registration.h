@@ -12,10 +12,12 @@ struct Registration {
     std::optional<std::string> distributor;  ///< its bus name
     std::optional<std::string> endpoint;     ///< the URL that the chat server is to push to
 
-    /// The registration that is kept in the directory, else a new one that has only a token. A file that cannot be
-    /// understood counts as none. Throws `Foundation::CocoaError`.
+    /// A new one, that has only a token.
+    static Registration make();
+    /// The one that is kept in the directory, else a new one. Throws `Foundation::CocoaError`, and
+    /// `Foundation::DecodingError` where the file is not understood.
     static Registration load(const std::filesystem::path& directory);
-    /// Makes the directory where it is missing. Throws `Foundation::CocoaError`.
+    /// Writes where it is not kept already, and makes the directory. Throws `Foundation::CocoaError`.
     void save(const std::filesystem::path& directory) const;
 
     friend bool operator==(const Registration&, const Registration&) = default;

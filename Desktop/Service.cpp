@@ -22,10 +22,20 @@ constexpr std::size_t longestEndpoint = 1000;  // as distributors promise
 std::string takeName(Bus& bus, const std::string& name) {
     try {
         bus.connection().requestName(name);
-    } catch (const sdbus::Error&) {
+    } catch (const sdbus::Error& error) {
+        if (error.getName() != "org.freedesktop.DBus.Error.FileExists") throw;
         throw std::runtime_error("another process already serves " + name);
     }
     return name;
+}
+
+Registration loadRegistration(const std::filesystem::path& state) {
+    try {
+        return Registration::load(state);
+    } catch (const Foundation::DecodingError& error) {
+        log().error("The registration is not understood, and made anew: ", os::Public{error.what()});
+        return Registration::make();
+    }
 }
 
 /// The service's spool. A process that is just ending may have it for a moment.
@@ -51,7 +61,7 @@ Service::Service(std::filesystem::path state, std::filesystem::path extension, T
       bus_(loop_),
       name_(takeName(bus_, busName)),
       spool_(openSpool(state_)),
-      registration_(Registration::load(state_)),
+      registration_(loadRegistration(state_)),
       recent_(state_ / recentMessages),
       center_(loop_, bus_, spool_, state_ / shownNotifications, NotificationCenter::Answers::taken, std::move(texts),
               [this] { restartIdleTime(); }),
@@ -78,7 +88,7 @@ void Service::run() {
     loop_.run();
 }
 
-/// Anyone may name one as often as he likes: it is told once.
+/// Anyone may name one as often as they like: it is told once.
 bool Service::isOurs(const std::string& token) {
     const bool isOurs = token == registration_.token;
     if (!isOurs && !std::exchange(hasToldUnknown_, true))
@@ -141,7 +151,7 @@ bool Service::isIdle() const {
 /// A registration that cannot be kept is made anew; what is to be shown is shown all the same.
 void Service::save() const {
     try {
-        if (registration_ != Registration::load(state_)) registration_.save(state_);
+        registration_.save(state_);
     } catch (const Foundation::CocoaError& error) {
         log().error("The registration cannot be kept: ", os::Public{error.what()});
     }

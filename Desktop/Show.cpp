@@ -27,8 +27,8 @@ Foundation::Data json(const Foundation::Dictionary& payload) {
     return Foundation::bytes(writer.text());
 }
 
-/// Shows what can be shown in time.
-void show(Spool& spool, const std::vector<Spool::Entry>& entries, const std::filesystem::path& state,
+/// Shows what can be shown in time. Whether none was lost meanwhile.
+bool show(Spool& spool, const std::vector<Spool::Entry>& entries, const std::filesystem::path& state,
           const std::filesystem::path& extension, const Texts& texts) {
     try {
         EventLoop loop;
@@ -45,8 +45,10 @@ void show(Spool& spool, const std::vector<Spool::Entry>& entries, const std::fil
             queue.add(entry);
         restartLimit();
         if (!queue.isEmpty()) loop.run();
+        return !queue.hasLost();
     } catch (const sdbus::Error& error) {
-        log().error("There is no session bus, and so nothing is shown: ", os::Public{error.getName()});
+        log().error("The session bus failed, and what is not shown is kept: ", os::Public{error.getName()});
+        return false;
     }
 }
 
@@ -61,8 +63,8 @@ int show(const std::vector<std::string>& files, const std::filesystem::path& ext
         return true;
     });
 
-    if (!entries.empty()) show(spool, entries, state, extension, texts);
-    const bool isShown = spool.entries().empty();
+    const bool isNoneLost = entries.empty() || show(spool, entries, state, extension, texts);
+    const bool isShown = isNoneLost && spool.entries().empty();
     spool.removeIfEmpty();
     if (!isShown) return notShown;
     return isGood ? done : someInputWasBad;

@@ -152,7 +152,8 @@ std::vector<std::int64_t> ShownNotifications::clear(const PushPayload& push) {
         std::vector<std::int64_t> cleared;
         std::erase_if(notifications, [&](const auto& one) {
             const auto shown = PushPayload::make(one.push);
-            const bool isCleared = shown && shown->isCleared(push);
+            // Channels and threads of two servers may be called the same.
+            const bool isCleared = shown && shown->serverID == push.serverID && shown->isCleared(push);
             if (isCleared) cleared.push_back(one.number);
             return isCleared;
         });

@@ -38,7 +38,8 @@ public:
     std::optional<ShownNotification> find(std::int64_t number) const;
     /// The number of the thread's last one.
     std::optional<std::int64_t> lastInThread(const std::string& threadIdentifier) const;
-    /// Removes those that this push clears, and returns their numbers.
+    /// Removes those of the same server that this push, which must be verified, clears, and returns their numbers. One
+    /// that is not verified itself is of the server that it names.
     std::vector<std::int64_t> clear(const ChatModel::PushPayload& push);
 
 private:

@@ -1,10 +1,13 @@
 #include "Desktop/Spool.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <array>
+#include <cerrno>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
+#include <optional>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -44,6 +47,16 @@ void removeEmpty(const std::filesystem::path& directory) noexcept {
 
 void moveFile(const std::filesystem::path& from, const std::filesystem::path& to) {
     if (::rename(from.c_str(), to.c_str()) != 0) throw CocoaError(CocoaError::Operation::write, errno, to);
+}
+
+/// Does what is done to a file; one that has gone, as with a state directory that was cleared, needs it no more.
+template <class Operation>
+void unlessGone(Operation operation) {
+    try {
+        operation();
+    } catch (const CocoaError& failure) {
+        if (failure.code() != CocoaError::Code::fileNoSuchFile) throw;
+    }
 }
 
 }  // namespace
@@ -120,7 +133,7 @@ void Spool::adopt(const std::filesystem::path& other) const {
 }
 
 void Spool::remove(const Entry& entry) {
-    Files::remove(entry);
+    unlessGone([&] { Files::remove(entry); });
 }
 
 void Spool::removeIfEmpty() noexcept {
@@ -129,13 +142,15 @@ void Spool::removeIfEmpty() noexcept {
 
 Spool::Entry Spool::marked(const Entry& entry) {
     Entry target = entry;
-    moveFile(entry, target.replace_extension(beingShown));
+    target.replace_extension(beingShown);
+    unlessGone([&] { moveFile(entry, target); });
     return target;
 }
 
 Spool::Entry Spool::unmarked(const Entry& entry) {
     Entry target = entry;
-    moveFile(entry, target.replace_extension(waiting));
+    target.replace_extension(waiting);
+    unlessGone([&] { moveFile(entry, target); });
     return target;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -37,6 +38,7 @@ public:
     /// with a line in the log.
     void adopt();
 
+    /// One that has gone is no error, neither here nor below.
     static void remove(const Entry& entry);
 
     /// Removes the spool's directory where nothing is left in it; no other function may be called any more.

@@ -1,8 +1,7 @@
 #include "Desktop/StateDirectory.h"
 
-#include <cerrno>
+#include <stdexcept>
 
-#include "Foundation/CocoaError.h"
 #include "Foundation/Environment.h"
 
 namespace Desktop {
@@ -15,7 +14,7 @@ std::filesystem::path stateDirectory() {
     else if (const auto home = Foundation::environmentVariable("HOME"))
         directory = std::filesystem::path(*home) / ".local/state";
     else
-        throw Foundation::CocoaError(Foundation::CocoaError::Operation::write, ENOENT, "~/.local/state");
+        throw std::runtime_error("there is no state directory: neither XDG_STATE_HOME nor HOME is set");
     return directory / "tessel";
 }
 

@@ -20,16 +20,14 @@
 
 namespace {
 
-std::string checkSeconds(const std::string& text) {
-    constexpr double longest = 86'400;
-    double value = 0;
-    const bool good = CLI::detail::lexical_cast(text, value) && value > 0 && value <= longest;
-    return good ? "" : "a number of seconds above 0, a day at most, is wanted, not \"" + text + '"';
+std::string checkIdle(const std::string& text) {
+    constexpr double day = 86'400;
+    return ExtensionHost::checkSeconds(text, day);
 }
 
 /// The extension's program. Stops the process where there is none.
 std::filesystem::path programOf(const std::filesystem::path& bundle) {
-    const auto program = bundle / "Contents/MacOS/TesselMacNotificationService";
+    const auto program = Foundation::extensionProgram(bundle);
     std::error_code ignored;
     if (!std::filesystem::exists(program, ignored))
         Foundation::fatalError("there is no extension bundle at " + bundle.string(), "tessel-desktop");
@@ -60,7 +58,7 @@ int main(int argc, char** argv) {
     app.failure_message([](const CLI::App*, const CLI::Error& error) { return ExtensionHost::usageError(error); });
     app.add_option("--bundle", bundle, "The extension's bundle")->type_name("PATH");
     app.add_option("--idle", idle, "Seconds without anything to do after which the service ends")
-        ->check(checkSeconds)
+        ->check(checkIdle)
         ->type_name("SECONDS")
         ->capture_default_str();
     CLI::App* show = app.add_subcommand("show", "Shows pushes, JSON objects one per line, as notifications");
@@ -79,6 +77,8 @@ int main(int argc, char** argv) {
     try {
         app.parse(argc, argv);
         std::signal(SIGPIPE, SIG_IGN);
+        // A person's command says at the terminal what the service says in the log.
+        if (show->parsed()) os::setLogSink([](const os::LogEntry& entry) { Foundation::reportError(entry.message); });
         const auto path = Foundation::extensionBundlePath(bundle);
         const auto program = programOf(path);
         const auto texts = Desktop::Texts::load(path.parent_path());

@@ -34,9 +34,10 @@ Element element(FuzzedDataProvider& input) {
     return made;
 }
 
-/// The number as the C library reads it; nothing for what is not decimal, not finite, or has something around it.
+/// The number as the C library reads it; nothing for what is not finite, or has something around it.
 std::optional<double> number(const std::string& text) {
-    if (text.empty() || text.find_first_not_of("0123456789+-.eE") != std::string::npos) return std::nullopt;
+    if (text.find_first_not_of("0123456789+-.xXpPaAbBcCdDeEfF") != std::string::npos || text.empty())
+        return std::nullopt;
     char* end = nullptr;
     const double value = std::strtod(text.c_str(), &end);
     return end == text.c_str() + text.size() && std::isfinite(value) ? std::optional(value) : std::nullopt;

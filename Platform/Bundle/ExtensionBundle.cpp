@@ -17,4 +17,8 @@ std::filesystem::path extensionBundlePath(const std::string& given) {
     return (programs / TESSEL_INSTALLED_BUNDLES / bundleName).lexically_normal();
 }
 
+std::filesystem::path extensionProgram(const std::filesystem::path& bundle) {
+    return bundle / "Contents/MacOS/TesselMacNotificationService";
+}
+
 }  // namespace Foundation

@@ -9,4 +9,7 @@ namespace Foundation {
 /// installation that this program stands in. An empty path counts as not given.
 std::filesystem::path extensionBundlePath(const std::string& given);
 
+/// The extension's program in its bundle, whether it is there or not.
+std::filesystem::path extensionProgram(const std::filesystem::path& bundle);
+
 }  // namespace Foundation

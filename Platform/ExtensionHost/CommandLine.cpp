@@ -1,6 +1,6 @@
 #include "ExtensionHost/CommandLine.h"
 
-#include <cmath>
+#include <sstream>
 
 #include <CLI/CLI.hpp>
 #include <unistd.h>
@@ -13,13 +13,17 @@ namespace {
 
 constexpr int wrongUsage = 2;
 
-std::string checkSeconds(const std::string& text) {
-    double value = 0;
-    const bool good = CLI::detail::lexical_cast(text, value) && std::isfinite(value) && value > 0;
-    return good ? "" : "a finite number of seconds above 0 is wanted, not \"" + text + '"';
-}
-
 }  // namespace
+
+std::string checkSeconds(const std::string& text, double longest) {
+    double value = 0;
+    if (CLI::detail::lexical_cast(text, value) && value > 0 && value <= longest) return "";
+    std::ostringstream reason;
+    reason << "a finite number of seconds above 0";
+    if (longest < std::numeric_limits<double>::max()) reason << ", " << longest << " at most,";
+    reason << " is wanted, not \"" << text << '"';
+    return reason.str();
+}
 
 std::string usageError(const std::exception& error) {
     const bool isUnexpected = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
@@ -37,7 +41,7 @@ std::variant<CommandLine, int> parseCommandLine(int argc, char** argv, const std
                  argv[0]);
     app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     app.add_option("--time-limit", seconds, "Seconds until the end of time is announced to a request")
-        ->check(checkSeconds)
+        ->check([](const std::string& text) { return checkSeconds(text); })
         ->type_name("SECONDS")
         ->capture_default_str();
     app.add_option("--jobs", line.host.jobs, "Requests in progress at once, 1 to 1024")

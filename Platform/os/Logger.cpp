@@ -13,6 +13,7 @@
 #include <systemd/sd-journal.h>
 
 #include "Foundation/DynamicLibrary.h"
+#include "Foundation/Environment.h"
 #include "Foundation/StandardStreams.h"
 
 namespace os {
@@ -25,8 +26,9 @@ std::function<void(const LogEntry&)>& sink() {
 }
 
 /// Where no journal runs, libsystemd reports success and drops the message: its socket tells.
-bool journalRuns() {
-    return ::access("/run/systemd/journal/socket", W_OK) == 0;
+bool journalIsToBeUsed() {
+    return Foundation::environmentVariable("TESSEL_LOG") != "stderr" &&
+           ::access("/run/systemd/journal/socket", W_OK) == 0;
 }
 
 /// libsystemd's one function that is used. With it come half a dozen libraries, and most pushes log nothing: it is
@@ -76,7 +78,7 @@ void Logger::write(LogLevel level, std::initializer_list<std::string_view> messa
             entry.message += part;
         if (sink()) {
             sink()(entry);
-        } else if (!journalRuns() || !writeToJournal(entry)) {
+        } else if (!journalIsToBeUsed() || !writeToJournal(entry)) {
             writeToStandardError(entry);
         }
     } catch (const std::bad_alloc&) {

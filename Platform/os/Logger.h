@@ -29,9 +29,9 @@ struct LogEntry {
 };
 
 /// Writes to the system's log: the journal (fields SUBSYSTEM, CATEGORY, PRIORITY: notice or err), or where no journal
-/// runs one line on standard error, "<level> <subsystem> <category>: <message>" with control characters escaped.
-/// Safe to use from several threads. An entry that cannot be written, or for which there is no memory, is dropped;
-/// nothing is thrown.
+/// runs, or TESSEL_LOG is "stderr" in the environment, one line on standard error, "<level> <subsystem> <category>:
+/// <message>" with control characters escaped. Safe to use from several threads. An entry that cannot be written, or for
+/// which there is no memory, is dropped; nothing is thrown.
 class Logger {
 public:
     /// The texts are literals: they last.

@@ -13,7 +13,7 @@ TEST(User, IsShownByTheFormat) {
         {"nick", "Ann", "Lee", username, "ann"}, {"nick", "Ann", "Lee", nicknameFullName, "nick"},
         {"", "Ann", "Lee", nicknameFullName, "Ann Lee"}, {" \t", "Ann", "Lee", nicknameFullName, "ann"},
         {" n ", "", "", nicknameFullName, " n "}, {"n", "Ann", "", fullName, "Ann"}, {"n", "", "Lee", fullName, "Lee"},
-        {"nick", "", "", fullName, "ann"}, {"", " ", "\t", fullName, "ann"}, {"\n", "", "", nicknameFullName, "\n"}};
+        {"nick", "", "", fullName, "ann"}, {"", " ", "\t", fullName, "ann"}, {"\u00A0\u2003", "A", "", nicknameFullName, "ann"}, {"\n", "", "", nicknameFullName, "\n"}};
     for (const auto& [nickname, first, last, format, shown] : rows)
         EXPECT_EQ((User{"", "ann", {}, nickname, first, last, {}, {}}.displayName(format)), shown) << nickname << first;
 }

@@ -29,7 +29,7 @@ TEST(NotificationTest, ShowsTextAsText) {
     const struct {
         std::string text, line, body, markup;
     } rows[] = {
-        {"a\r\nb\rc\n\td", "a b c  d", "a\nb\nc\n d", "a\nb\nc\n d"},
+        {"a\r\nb\rc\n\td\u2028e\u2029\u202Ef", "a b c  d e \u202Ef", "a\nb\nc\n d\ne\n\u202Ef", "a\nb\nc\n d\ne\n\u202Ef"},
         {"\x1b[31mred\x1b]0;x\a", "␛[31mred␛]0;x␇", "␛[31mred␛]0;x␇", "␛[31mred␛]0;x␇"},
         {{"\0\x7f", 2}, "␀␡", "␀␡", "␀␡"},
         {"\u009b31m\u0085", "\uFFFD31m\uFFFD", "\uFFFD31m\uFFFD", "\uFFFD31m\uFFFD"},

@@ -54,17 +54,23 @@ TEST_F(ServiceTest, HasEitherVersionsDistributorTellTheEndpoint) {
 
 TEST_F(ServiceTest, AsksUntilADistributorTakesTheRegistration) {
     distributor.reset(), distributor.emplace(2, std::deque<std::string>{"NETWORK"});
+    Support::writeFile(directory / "state/tessel/registration.json", "{");
     const auto token = serve("0.2");
-    EXPECT_THAT(errors(), HasSubstr("did not take the registration: NETWORK"));
+    EXPECT_THAT(errors(), HasSubstr("The registration is not understood, and made anew"));
+    EXPECT_THAT(errors(), HasSubstr("org.unifiedpush.Distributor.test did not take the registration: NETWORK"));
     EXPECT_EQ(end(), 0);
 
     distributor.reset();
     desktop({"--idle", "60"});
     EXPECT_TRUE(hasLogged("There is no push distributor"));
-    distributor.emplace();
+    distributor.emplace(2, std::deque<std::string>{""});
+    EXPECT_TRUE(hasLogged("did not take the registration: no reason given\n"));
+    distributor.reset(), distributor.emplace();
     EXPECT_EQ(distributor->token(), token);
     distributor->endpoint(token, "https://push.example/late");
     EXPECT_EQ(tessel({"endpoint"}).output, "https://push.example/late\n");
+    environment["XDG_STATE_HOME"] = "relative";
+    EXPECT_THAT(tessel({"endpoint"}).errors, HasSubstr("neither XDG_STATE_HOME nor HOME"));
 }
 
 TEST_F(ServiceTest, ShowsTheMessagesOfEitherVersion) {
@@ -156,7 +162,7 @@ TEST_F(ServiceTest, TakesTheUsersAnswersToTheClient) {
         EXPECT_EQ(notifications.next(2).body, "Kept");
         EXPECT_TRUE(hasKept({}));
     }
-    // There is no client: the user reads what he has written, whole, even if it can be shown to him only later.
+    // There is no client: the user reads what they have written, whole, even if it can be shown to them only later.
     std::string text = "SECRET <";
     for (int i = 0; i < 3000; ++i) text += 'x';
     notifications.hold();

@@ -37,7 +37,8 @@ struct ProgramTest : testing::Test {
     DemoServer::Server server;
     std::map<std::string, std::string> environment = {
         {"TESSEL_GROUP_CONTAINERS", (directory / "containers").string()},
-        {"TESSEL_KEYCHAIN", "file:" + (directory / "keychain").string()}, {"LC_ALL", "C"}, {"no_proxy", "*"}};
+        {"TESSEL_KEYCHAIN", "file:" + (directory / "keychain").string()}, {"TESSEL_LOG", "stderr"}, {"LC_ALL", "C"},
+        {"no_proxy", "*"}};
 
     /// The programs come to this process when the shell that starts them has left: a child of its own would be taken
     /// to have needed the memory that this process had when it was made.

@@ -63,7 +63,6 @@ TEST_F(SecrecyTest, WhateverFailsTheLogTellsNothingAndFilesAreForTheUserAlone) {
         const auto log = tessel(command, server.push(sent)).errors;
         EXPECT_THAT(log + tessel({"server", "show", "demo-server"}).errors +
                     tessel({"token", "set", url}, server.options().sessionToken).errors, tellsNothing) << row.first;
-        if (std::filesystem::exists("/run/systemd/journal/socket")) continue;
         EXPECT_THAT(log, HasSubstr(row.first));
         EXPECT_EQ(log == "", row.first == ""s);
     }

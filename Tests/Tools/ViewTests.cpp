@@ -64,6 +64,7 @@ TEST_F(ViewTest, RefusesInOneLineWithoutTheText) {
         {{"sidebar"}, 1, "-: locale: expected the tag of a language that is known (BCP 47)\n"},
         {{"timeline", "-"}, 1, "-: calendar.timeZone: expected the name of a time zone\n"},
         {{"canary"}, 2, "the subcommand is unknown; --help tells which there are\n"},
+        {{"--canary"}, 2, "the option is unknown; --help tells which there are\n"},
         {{}, 2, "A subcommand is required\n"},
         {{"sidebar", "a", "b"}, 2, "an argument or option was not expected; --help tells what is\n"}};
     for (const auto& [arguments, status, errors] : rows) {

@@ -2,11 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cerrno>
 #include <condition_variable>
-#include <limits>
-#include <list>
 #include <mutex>
 #include <set>
 #include <stdexcept>
@@ -20,11 +17,10 @@
 #include <sys/socket.h>
 
 #include <httplib.h>
-#include <openssl/ssl.h>
 
+#include "DemoServer/Connection.h"
 #include "DemoServer/Picture.h"
 #include "Foundation/JSONCoding.h"
-#include "Foundation/Releaser.h"
 
 namespace DemoServer {
 
@@ -60,110 +56,6 @@ namespace {
 /// A connection over which nothing goes for this long is closed.
 constexpr time_t idleSeconds = 60;
 constexpr std::size_t maximumBody = std::size_t{1} << 20;
-
-/// A connection, as the library reads requests from it and writes answers to it. It belongs to one thread.
-class Connection final : public httplib::Stream {
-public:
-    Connection(socket_t socket, std::uint64_t count) : number(count), socket_(socket) {}
-
-    /// Puts TLS between the socket and what follows; false where the client does not go along.
-    bool secure(SSL_CTX* context) {
-        tls_.reset(SSL_new(context));
-        return tls_ && SSL_set_fd(tls_.get(), socket_) == 1 && SSL_accept(tls_.get()) == 1;
-    }
-
-    /// Closes it for the client, even if a child process has inherited the socket. A connection that was to be dropped
-    /// does not take leave as TLS would have it.
-    void shutDown() {
-        if (tls_ && budget > 0) SSL_shutdown(tls_.get());
-        ::shutdown(socket_, SHUT_RDWR);
-    }
-
-    ssize_t read(char* target, std::size_t size) override {
-        if (next_ == end_) {
-            const ssize_t count = retried([&] { return receive(); });
-            if (count <= 0) return count;
-            next_ = buffer_.data();
-            end_ = next_ + count;
-        }
-        const std::size_t length = std::min(size, static_cast<std::size_t>(end_ - next_));
-        std::copy_n(next_, length, target);
-        next_ += length;
-        return static_cast<ssize_t>(length);
-    }
-
-    ssize_t write(const char* bytes, std::size_t size) override {
-        const std::size_t allowed = std::min(size, budget);
-        if (allowed == 0) return -1;
-        const ssize_t count = retried([&] { return send(bytes, allowed); });
-        if (count > 0) budget -= static_cast<std::size_t>(count);
-        return count;
-    }
-
-    bool is_readable() const override { return true; }
-    bool is_writable() const override { return true; }
-    void get_remote_ip_and_port(std::string&, int&) const override {}
-    void get_local_ip_and_port(std::string&, int&) const override {}
-    socket_t socket() const override { return socket_; }
-
-    const std::uint64_t number;
-    httplib::Headers headers;                                      ///< of the request in hand
-    std::size_t budget = std::numeric_limits<std::size_t>::max();  ///< bytes that may still be sent
-    bool isLast = false;                                           ///< whether it is closed behind this answer
-
-private:
-    template <class Call>
-    static ssize_t retried(Call call) {
-        ssize_t count = 0;
-        do {
-            errno = 0;  // not every failure of TLS sets it
-            count = call();
-        } while (count < 0 && errno == EINTR);
-        return count;
-    }
-
-    ssize_t receive() {
-        if (!tls_) return ::recv(socket_, buffer_.data(), buffer_.size(), 0);
-        return SSL_read(tls_.get(), buffer_.data(), static_cast<int>(buffer_.size()));
-    }
-
-    // OpenSSL writes without MSG_NOSIGNAL; the library has SIGPIPE ignored in the whole process.
-    ssize_t send(const char* bytes, std::size_t size) {
-        if (!tls_) return ::send(socket_, bytes, size, MSG_NOSIGNAL);
-        std::size_t count = 0;
-        return SSL_write_ex(tls_.get(), bytes, size, &count) == 1 ? static_cast<ssize_t>(count) : -1;
-    }
-
-    socket_t socket_;
-    std::unique_ptr<SSL, Foundation::Releaser<SSL_free>> tls_;
-    std::array<char, 4096> buffer_{};
-    const char* next_ = nullptr;
-    const char* end_ = nullptr;
-};
-
-/// The connection that this thread serves; the library hands none to the handler of a request.
-thread_local Connection* connection = nullptr;
-
-/// A thread for every connection, so that one that waits keeps nobody else waiting.
-class ConnectionThreads final : public httplib::TaskQueue {
-public:
-    void enqueue(std::function<void()> serve) override {
-        workers_.remove_if([](const Worker& worker) { return worker.isDone.load(); });
-        Worker& worker = workers_.emplace_back();
-        worker.thread = std::jthread([&worker, serve = std::move(serve)] {
-            serve();
-            worker.isDone = true;
-        });
-    }
-    void shutdown() override { workers_.clear(); }
-
-private:
-    struct Worker {
-        std::atomic<bool> isDone = false;
-        std::jthread thread;
-    };
-    std::list<Worker> workers_;
-};
 
 ReceivedRequest recorded(const httplib::Request& request) {
     ReceivedRequest received{request.method, request.target, {}, request.body, connection->number};

@@ -1,24 +1,30 @@
+#include <exception>
+
 #include "Desktop/Registration.h"
 #include "Desktop/StateDirectory.h"
-#include "Foundation/CocoaError.h"
+#include "Foundation/DecodingError.h"
 #include "Foundation/StandardStreams.h"
+#include "tessel/Commands.h"
 #include "tessel/ExitStatus.h"
-#include "tessel/ServerCommands.h"
 
 namespace tessel {
 
 namespace {
 
 int printEndpoint() {
+    std::optional<std::string> endpoint;
     try {
-        const auto registration = Desktop::Registration::load(Desktop::stateDirectory());
-        if (registration.endpoint) {
-            Foundation::writeToStandardOutput(*registration.endpoint + '\n');
-            return done;
-        }
-    } catch (const Foundation::CocoaError& error) {
+        endpoint = Desktop::Registration::load(Desktop::stateDirectory()).endpoint;
+    } catch (const Foundation::DecodingError& error) {
+        Foundation::reportError(std::string("the registration of tessel-desktop is not understood: ") + error.what());
+        return storageFailed;
+    } catch (const std::exception& error) {
         Foundation::reportError(error.what());
         return storageFailed;
+    }
+    if (endpoint) {
+        Foundation::writeToStandardOutput(*endpoint + '\n');
+        return done;
     }
     Foundation::reportError("there is no endpoint: no push distributor has given one to tessel-desktop yet");
     return notFoundOrBadInput;

@@ -10,6 +10,7 @@
 
 #include <unistd.h>
 
+#include "Bundle/ExtensionBundle.h"
 #include "ExtensionHost/CommandLine.h"
 #include "Foundation/FatalError.h"
 #include "Foundation/StandardStreams.h"
@@ -47,8 +48,7 @@ int runPush(int argc, char** argv) {
                                                         "  --bundle PATH               The extension's bundle");
     if (const int* status = std::get_if<int>(&parsed)) return *status;
 
-    const std::string program =
-        openBundle(bundle.value_or(""))->bundlePath() / "Contents/MacOS/TesselMacNotificationService";
+    const std::string program = Foundation::extensionProgram(openBundle(bundle.value_or(""))->bundlePath());
     ::execv(program.c_str(), pointers.data());
     Foundation::fatalError(program + ": " + std::generic_category().message(errno), "tessel");
 }

@@ -1,4 +1,4 @@
-#include "tessel/ServerCommands.h"
+#include "tessel/Commands.h"
 
 #include <exception>
 #include <functional>

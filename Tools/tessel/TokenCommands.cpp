@@ -6,8 +6,8 @@
 #include "ChatPlatform/CredentialStore.h"
 #include "Foundation/StandardStreams.h"
 #include "tessel/BundlePath.h"
+#include "tessel/Commands.h"
 #include "tessel/ExitStatus.h"
-#include "tessel/ServerCommands.h"
 
 namespace tessel {
 

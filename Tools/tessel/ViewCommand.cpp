@@ -1,4 +1,4 @@
-#include "tessel/ViewCommand.h"
+#include "tessel/Commands.h"
 
 #include <functional>
 #include <memory>
@@ -11,7 +11,6 @@
 #include "Foundation/StandardStreams.h"
 #include "tessel/Drawing.h"
 #include "tessel/ExitStatus.h"
-#include "tessel/ServerCommands.h"
 #include "tessel/SidebarDrawing.h"
 #include "tessel/TimelineDrawing.h"
 #include "tessel/ViewInput.h"

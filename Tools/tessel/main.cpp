@@ -10,11 +10,10 @@
 #include "Foundation/FatalError.h"
 #include "Foundation/StandardStreams.h"
 #include "tessel/BundlePath.h"
+#include "tessel/Commands.h"
 #include "tessel/ExitStatus.h"
 #include "tessel/Model.h"
 #include "tessel/PushCommand.h"
-#include "tessel/ServerCommands.h"
-#include "tessel/ViewCommand.h"
 
 namespace {
 
@@ -74,9 +73,10 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     app.failure_message([](const CLI::App* failed, const CLI::Error& error) {
-        const bool isUnknown = error.get_name() == "RequiredError" && !failed->remaining(true).empty();
-        return isUnknown ? "the subcommand is unknown; --help tells which there are\n"
-                         : ExtensionHost::usageError(error);
+        const auto unknown = failed->remaining(true);
+        if (error.get_name() != "RequiredError" || unknown.empty()) return ExtensionHost::usageError(error);
+        const std::string what = unknown.front().starts_with('-') ? "option" : "subcommand";
+        return "the " + what + " is unknown; --help tells which there are\n";
     });
     // Handled above; it stands here to be listed.
     app.add_subcommand("push", "Turns push payloads into notifications: the extension's own program");

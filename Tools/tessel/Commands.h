@@ -6,11 +6,17 @@
 
 #include "Foundation/URL.h"
 
+// The subcommands, and what they share.
+
 namespace tessel {
 
 /// Adds `server add`, `list`, `show` and `remove`, and `token set`, `has` and `remove`. Each writes its exit status.
 void addServerCommands(CLI::App& app, int& status);
 void addTokenCommands(CLI::App& app, int& status);
+
+/// Adds `view timeline` and `view sidebar`, which draw what the operations of these names answer with. Each writes its
+/// exit status.
+void addViewCommand(CLI::App& app, int& status);
 
 /// Adds `endpoint`: where the desktop's service is pushed to.
 void addEndpointCommand(CLI::App& app, std::string& bundle, int& status);
