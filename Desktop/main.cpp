@@ -46,6 +46,7 @@ int serve(const std::filesystem::path& program, const Desktop::Texts& texts, dou
 
 int main(int argc, char** argv) {
     Foundation::holdStandardStreams();
+    Foundation::makeLackOfMemoryFatal();
     std::string bundle;
     std::vector<std::string> files;
     double idle = 30;

@@ -5,6 +5,7 @@
 #include "ChatPlatform/AppGroup.h"
 #include "ChatPlatform/CredentialStore.h"
 #include "Foundation/StandardStreams.h"
+#include "os/Logger.h"
 #include "tessel/BundlePath.h"
 #include "tessel/Commands.h"
 #include "tessel/ExitStatus.h"
@@ -23,12 +24,15 @@ struct Arguments {
 int onCredentials(const Arguments& arguments,
                   const std::function<int(const CredentialStore&, const Foundation::URL&)>& operation) {
     const auto url = parsedURL(arguments.url);
+    // A failure is told in one line: what the log would say of its reason is part of it.
+    const auto reason = std::make_shared<std::string>();
+    os::setLogSink([reason](const os::LogEntry& entry) { *reason = ": " + entry.message; });
     const CredentialStore credentials(ChatPlatform::AppGroup(*openBundle(arguments.bundle)).keychainGroup);
     try {
         return operation(credentials, url);
     } catch (const CredentialStore::Failure& failure) {
         Foundation::reportError("the secret store: " + std::string(failure.what()) + " (" +
-                                std::to_string(failure.status()) + ')');
+                                std::to_string(failure.status()) + ')' + *reason);
         return storageFailed;
     }
 }
