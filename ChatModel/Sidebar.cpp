@@ -120,7 +120,7 @@ private:
         std::size_t count = 0;
         for (const auto& category : input_.categories)
             count += category.channelIDs.size();
-        listed_.reserve(count);  // they stay where they are
+        listed_.reserve(count);
         entries_.reserve(count);
         listedByID_.reserve(count);
         for (const auto& category : input_.categories)
